@@ -1,0 +1,30 @@
+# The language, the warnings that end a build, the sanitizers.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+option(VANDOR_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release)
+endif()
+
+# Files of more than 2 GiB on every host.
+add_compile_definitions(_FILE_OFFSET_BITS=64)
+
+# Linked into every target of ours, and into none of a library's.
+add_library(vandor_options INTERFACE)
+target_compile_options(vandor_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+if(VANDOR_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
+        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        # Coroutine frames trip clang 14's function check.
+        add_compile_options(-fno-sanitize=function)
+    endif()
+endif()
