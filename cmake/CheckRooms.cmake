@@ -1,0 +1,71 @@
+cmake_minimum_required(VERSION 3.25)
+
+# Checks who includes whom, file by file: `cmake -P cmake/CheckRooms.cmake`. The linker enforces
+# the same for what is linked; headers alone could slip past it.
+#
+# A room may include its own headers, those of the rooms named here, the standard library and
+# its libraries' headers. Toolbox rooms never see Qt; rooms of src/ never see the toolbox.
+
+set(root ${CMAKE_CURRENT_LIST_DIR}/..)
+
+set(toolbox_bytes "")
+set(toolbox_macfile bytes)
+set(toolbox_hfsplus bytes macfile)
+set(toolbox_udif bytes)
+set(toolbox_finder bytes macfile hfsplus)
+set(toolbox_volumes bytes macfile hfsplus udif)
+set(toolbox_applescript bytes finder)
+set(toolbox_tools bytes macfile hfsplus udif finder volumes applescript)
+
+set(src_platform "")
+set(src_model platform)
+set(src_build platform model)
+set(src_cli platform model build)
+
+set(faults 0)
+macro(fault text)
+    message(SEND_ERROR "${text}")
+    math(EXPR faults "${faults} + 1")
+endmacro()
+
+foreach(half toolbox src)
+    file(GLOB rooms RELATIVE ${root}/${half} ${root}/${half}/*)
+    set(all_rooms "")
+    foreach(room IN LISTS rooms)
+        if(IS_DIRECTORY ${root}/${half}/${room})
+            list(APPEND all_rooms ${room})
+        endif()
+    endforeach()
+    foreach(room IN LISTS all_rooms)
+        if(NOT DEFINED ${half}_${room})
+            fault("${half}/${room} is a room that cmake/CheckRooms.cmake does not know")
+            continue()
+        endif()
+        file(GLOB_RECURSE files ${root}/${half}/${room}/*.h ${root}/${half}/${room}/*.cpp)
+        foreach(path IN LISTS files)
+            file(RELATIVE_PATH name ${root} ${path})
+            file(STRINGS ${path} includes REGEX "^[ \t]*#[ \t]*include")
+            foreach(line IN LISTS includes)
+                if(line MATCHES "include \"([^/\"]+)/[^\"]+\"")
+                    set(other ${CMAKE_MATCH_1})
+                    if(NOT other STREQUAL room AND NOT other IN_LIST ${half}_${room})
+                        fault("${name} includes ${other}/, which ${half}/${room} may not know")
+                    endif()
+                elseif(line MATCHES "include \"")
+                    if(NOT line MATCHES "\\.moc\"")
+                        fault("${name}: write includes of our own as \"room/Header.h\": ${line}")
+                    endif()
+                elseif(half STREQUAL toolbox AND line MATCHES "include <(Q[A-Za-z0-9]+|qcoro.*)[/>]")
+                    fault("${name}: the toolbox knows no Qt: ${line}")
+                elseif(half STREQUAL src AND NOT room STREQUAL platform
+                        AND line MATCHES "include <(QProcess|QImage|QPixmap|QPainter|plist/.*)>")
+                    fault("${name}: only src/platform may include this: ${line}")
+                endif()
+            endforeach()
+        endforeach()
+    endforeach()
+endforeach()
+
+if(NOT faults)
+    message(STATUS "room rules hold")
+endif()
