@@ -1,0 +1,43 @@
+// draw_art PICTURE FILE: makes one of the product's pictures again.
+
+#include "Drawings.h"
+#include "IconFile.h"
+
+#include <QString>
+
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+
+namespace {
+
+void draw(const QString& picture, const QString& path)
+{
+    if (picture == "application-icon")
+        writeIconFile(path, applicationIcon);
+    else if (picture == "sample-icon")
+        writeIconFile(path, sampleIcon);
+    else if (picture == "sample-background") {
+        if (!sampleBackground().save(path, "PNG"))
+            throw std::runtime_error("cannot write " + path.toStdString());
+    } else
+        throw std::runtime_error("no picture is named " + picture.toStdString());
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 3) {
+        std::fprintf(
+            stderr, "usage: draw_art application-icon|sample-icon|sample-background FILE\n");
+        return 2;
+    }
+    try {
+        draw(QString::fromLocal8Bit(arguments[1]), QString::fromLocal8Bit(arguments[2]));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "draw_art: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,4 @@
+#pragma once
+
+/// What the sample says, in the form "Hello from <name>.". Static storage.
+const char* greetingFor(const char* name);
