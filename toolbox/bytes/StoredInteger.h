@@ -2,11 +2,13 @@
 
 #include <array>
 #include <bit>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <span>
 #include <type_traits>
+#include <utility>
 
 /// Integers as they lie in a file: fixed byte order, alignment 1, converted on access. A record of
 /// a format is a struct of these; its size is asserted beside it. Nothing else swaps bytes.
@@ -46,6 +48,11 @@ public:
     constexpr Value value() const { return *this; }
 
     friend constexpr bool operator==(const StoredInteger&, const StoredInteger&) = default;
+    template <std::integral Number>
+    friend constexpr bool operator==(const StoredInteger& stored, Number number)
+    {
+        return std::cmp_equal(stored.value(), number);
+    }
 
 private:
     std::array<std::byte, sizeof(Value)> m_raw{};
