@@ -34,14 +34,12 @@ File File::open(const fs::path& path, Mode mode)
 File::File(int descriptor, fs::path path)
     : m_descriptor(descriptor)
     , m_path(std::move(path))
-{
-}
+{ }
 
 File::File(File&& other) noexcept
     : m_descriptor(std::exchange(other.m_descriptor, -1))
     , m_path(std::move(other.m_path))
-{
-}
+{ }
 
 File& File::operator=(File&& other) noexcept
 {
@@ -58,7 +56,7 @@ File::~File()
 
 uint64_t File::size() const
 {
-    struct stat status {};
+    struct stat status { };
     if (::fstat(m_descriptor, &status) != 0)
         throwErrno(m_path.string());
     return static_cast<uint64_t>(status.st_size);
@@ -67,8 +65,8 @@ uint64_t File::size() const
 void File::readAt(uint64_t offset, std::span<std::byte> out) const
 {
     while (!out.empty()) {
-        const ssize_t count
-            = ::pread(m_descriptor, out.data(), out.size(), static_cast<off_t>(offset));
+        const ssize_t count =
+            ::pread(m_descriptor, out.data(), out.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
@@ -83,8 +81,8 @@ void File::readAt(uint64_t offset, std::span<std::byte> out) const
 void File::writeAt(uint64_t offset, std::span<const std::byte> in)
 {
     while (!in.empty()) {
-        const ssize_t count
-            = ::pwrite(m_descriptor, in.data(), in.size(), static_cast<off_t>(offset));
+        const ssize_t count =
+            ::pwrite(m_descriptor, in.data(), in.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
@@ -128,8 +126,8 @@ File openBeside(const fs::path& target, fs::path& temporary)
 OutputFile::OutputFile(const fs::path& target)
     : m_target(target)
     , m_file(openBeside(target, m_temporary))
-{
-}
+    , m_removal([temporary = m_temporary] { ::unlink(temporary.c_str()); })
+{ }
 
 OutputFile::~OutputFile()
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bytes/ByteDevice.h"
+#include "bytes/Interruption.h"
 
 #include <filesystem>
 
@@ -37,7 +38,7 @@ private:
 };
 
 /// A file that appears under its name whole or not at all: written beside the target under a
-/// temporary name, renamed by `commit`, removed when dropped before.
+/// temporary name, renamed by `commit`, removed when dropped or interrupted before.
 class OutputFile {
 public:
     /// Throws std::system_error when the folder is missing or not writable.
@@ -55,6 +56,7 @@ private:
     std::filesystem::path m_target;
     std::filesystem::path m_temporary;
     File m_file;
+    OnInterruption m_removal;
     bool m_committed = false;
 };
 

@@ -1,0 +1,202 @@
+#include "volumes/AttachmentRegistry.h"
+
+#include "bytes/File.h"
+#include "bytes/FormatError.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <iterator>
+#include <span>
+#include <string_view>
+#include <sys/stat.h>
+#include <system_error>
+
+namespace volumes {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view entryPrefix = "disk";
+constexpr std::string_view entrySuffix = ".json";
+
+/// The number in "disk12.json".
+std::optional<unsigned> diskOfEntry(std::string_view name)
+{
+    if (!name.starts_with(entryPrefix) || !name.ends_with(entrySuffix))
+        return std::nullopt;
+    const char* first = name.data() + entryPrefix.size();
+    const char* last = name.data() + name.size() - entrySuffix.size();
+    unsigned disk = 0;
+    const auto [end, fault] = std::from_chars(first, last, disk);
+    return fault == std::errc{} && end == last ? std::optional(disk) : std::nullopt;
+}
+
+/// Folders of a volume may forbid their owner to look inside or to change them; such a tree can
+/// only be removed once they are opened.
+void removeTree(const fs::path& folder)
+{
+    std::error_code fault;
+    fs::remove_all(folder, fault);
+    if (!fault)
+        return;
+    ::chmod(folder.c_str(), 0700);
+    for (fs::recursive_directory_iterator
+             entry(folder, fs::directory_options::skip_permission_denied, fault),
+         end;
+         !fault && entry != end; entry.increment(fault)) {
+        if (entry->is_directory() && !entry->is_symlink())
+            ::chmod(entry->path().c_str(), 0700);
+    }
+    fs::remove_all(folder);
+}
+
+} // namespace
+
+AttachmentRegistry::AttachmentRegistry(StateFolder state)
+    : m_state(std::move(state))
+{ }
+
+FileLock AttachmentRegistry::lock() const
+{
+    return FileLock::wait(m_state.attached() / "lock");
+}
+
+FileLock AttachmentRegistry::lockDisk(unsigned disk) const
+{
+    return FileLock::wait(lockFile(disk));
+}
+
+std::optional<FileLock> AttachmentRegistry::tryLockDisk(unsigned disk) const
+{
+    return FileLock::tryNow(lockFile(disk));
+}
+
+std::vector<unsigned> AttachmentRegistry::disks() const
+{
+    std::vector<unsigned> found;
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_state.attached())) {
+        if (const auto disk = diskOfEntry(entry.path().filename().string()))
+            found.push_back(*disk);
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+std::optional<AttachedImage> AttachmentRegistry::load(unsigned disk) const
+{
+    std::ifstream in(entryFile(disk), std::ios::binary);
+    const std::string text(std::istreambuf_iterator<char>(in), {});
+    try {
+        AttachedImage image = readAttachedImage(text);
+        return image.disk == disk ? std::optional(std::move(image)) : std::nullopt;
+    } catch (const bytes::FormatError&) {
+        return std::nullopt;
+    }
+}
+
+std::vector<AttachedImage> AttachmentRegistry::list() const
+{
+    std::vector<AttachedImage> images;
+    for (const unsigned disk : disks()) {
+        if (auto image = load(disk))
+            images.push_back(std::move(*image));
+    }
+    return images;
+}
+
+unsigned AttachmentRegistry::freeDisk() const
+{
+    const std::vector<unsigned> taken = disks();
+    unsigned disk = firstDisk;
+    while (std::binary_search(taken.begin(), taken.end(), disk))
+        ++disk;
+    return disk;
+}
+
+void AttachmentRegistry::save(const AttachedImage& image) const
+{
+    const std::string text = writeAttachedImage(image);
+    bytes::OutputFile entry(entryFile(image.disk));
+    entry.file().writeAt(0, std::as_bytes(std::span(text)));
+    entry.commit(true);
+}
+
+void AttachmentRegistry::discardFolder(const AttachedImage& image) const
+{
+    if (image.ownsFolder) {
+        removeTree(image.folder);
+    } else if (std::error_code gone; fs::is_directory(image.folder, gone)) {
+        for (const fs::directory_entry& entry : fs::directory_iterator(image.folder))
+            removeTree(entry.path());
+    }
+    fs::remove(snapshotFile(image.disk));
+}
+
+void AttachmentRegistry::remove(const AttachedImage& image) const
+{
+    discardFolder(image);
+    fs::remove(entryFile(image.disk));
+    fs::remove(lockFile(image.disk));
+}
+
+void AttachmentRegistry::unmount(AttachedImage& image) const
+{
+    discardFolder(image);
+    image.stage = AttachedImage::Stage::unmounted;
+    image.mountPoint.clear();
+    image.folder.clear();
+    save(image);
+}
+
+bool AttachmentRegistry::isStale(const AttachedImage& image) const
+{
+    switch (image.stage) {
+    case AttachedImage::Stage::preparing:
+    case AttachedImage::Stage::discarding:
+        return true;
+    case AttachedImage::Stage::mounted:
+        return !fs::is_directory(image.folder);
+    case AttachedImage::Stage::unmounted:
+        return FileIdentity::of(image.image) != image.identity;
+    }
+    return false;
+}
+
+std::vector<AttachedImage> AttachmentRegistry::sweep() const
+{
+    std::vector<AttachedImage> gone;
+    for (const unsigned disk : disks()) {
+        const auto held = tryLockDisk(disk);
+        if (!held)
+            continue; // somebody is at work on it
+        auto image = load(disk);
+        if (!image) {
+            // A damaged entry: nothing but its name is known.
+            image = AttachedImage{.disk = disk, .ownsFolder = false};
+        } else if (!isStale(*image)) {
+            continue;
+        }
+        remove(*image);
+        gone.push_back(std::move(*image));
+    }
+    return gone;
+}
+
+fs::path AttachmentRegistry::entryFile(unsigned disk) const
+{
+    return m_state.attached() / ("disk" + std::to_string(disk) + ".json");
+}
+
+fs::path AttachmentRegistry::lockFile(unsigned disk) const
+{
+    return m_state.attached() / ("disk" + std::to_string(disk) + ".lock");
+}
+
+fs::path AttachmentRegistry::snapshotFile(unsigned disk) const
+{
+    return m_state.attached() / ("disk" + std::to_string(disk) + ".snapshot");
+}
+
+} // namespace volumes
