@@ -125,7 +125,7 @@ void AttachmentRegistry::save(const AttachedImage& image) const
 
 void AttachmentRegistry::discardFolder(const AttachedImage& image) const
 {
-    if (image.ownsFolder) {
+    if (image.ownsFolder && !image.folder.empty()) {
         removeTree(image.folder);
     } else if (std::error_code gone; fs::is_directory(image.folder, gone)) {
         for (const fs::directory_entry& entry : fs::directory_iterator(image.folder))
@@ -174,7 +174,7 @@ std::vector<AttachedImage> AttachmentRegistry::sweep() const
         auto image = load(disk);
         if (!image) {
             // A damaged entry: nothing but its name is known.
-            image = AttachedImage{.disk = disk, .ownsFolder = false};
+            image.emplace().disk = disk;
         } else if (!isStale(*image)) {
             continue;
         }
