@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+
+/// What is put off to a later turn of the main loop goes through here, so that a test can run
+/// one turn and look.
+class MainQueue {
+public:
+    /// Runs `action` on the main thread, never within this call. Actions run in the order
+    /// posted. May be called from any thread while a QCoreApplication exists.
+    static void post(std::function<void()> action);
+};
