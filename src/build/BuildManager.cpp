@@ -1,0 +1,112 @@
+#include "build/BuildManager.h"
+
+#include "build/DMGError.h"
+#include "build/LogTime.h"
+#include "model/SettingsManager.h"
+#include "platform/Clock.h"
+#include "platform/MainQueue.h"
+#include "platform/PlatformError.h"
+
+#include <QLocale>
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What the user reads of a failure.
+QString descriptionOf(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const DMGError& error) {
+        return error.description();
+    } catch (const PlatformError& error) {
+        return error.description();
+    } catch (const std::exception& error) {
+        return QString::fromLocal8Bit(error.what());
+    }
+}
+
+} // namespace
+
+BuildManager::BuildManager(BuildHost host, QObject* parent)
+    : QObject(parent)
+    , m_clock(host.clock)
+    , m_settings(host.settings)
+    , m_generator(std::move(host))
+{ }
+
+void BuildManager::startBuild(const DMGConfig& job)
+{
+    if (m_status.isBuilding())
+        return;
+    setStatus(BuildStatus::building());
+    m_logs.clear();
+    emit logsChanged();
+    log(u"Starting build for "_s + job.volumeName + u"..."_s);
+
+    m_buildTask = std::make_shared<Cancellation>();
+    const QPointer<BuildManager> self(this);
+    const DMGGenerator::Progress progress = [self](const QString& message) {
+        if (self)
+            self->log(message);
+    };
+    run(self, m_generator.createDMG(job, progress, m_buildTask));
+}
+
+QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, QCoro::Task<> build)
+{
+    std::exception_ptr failure;
+    try {
+        co_await build;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    // Progress still on its way comes first.
+    MainQueue::post([manager, failure] {
+        if (manager)
+            manager->finish(failure);
+    });
+}
+
+void BuildManager::finish(std::exception_ptr failure)
+{
+    const bool isCancelled = m_buildTask->isRequested();
+    m_buildTask.reset();
+    if (!failure) {
+        log(u"Build Complete!"_s);
+        setStatus(BuildStatus::success());
+        m_settings.setTotalBuilds(m_settings.totalBuilds() + 1);
+    } else if (isCancelled) {
+        log(u"\n[!] Build Cancelled by User."_s);
+        setStatus(BuildStatus::cancelled());
+    } else {
+        const QString description = descriptionOf(failure);
+        log(u"\n[!] Error: "_s + description);
+        setStatus(BuildStatus::failed(description));
+    }
+}
+
+void BuildManager::cancel()
+{
+    if (!m_status.isBuilding() || !m_buildTask)
+        return;
+    log(u"\nCancelling..."_s);
+    m_buildTask->request();
+}
+
+void BuildManager::log(const QString& message)
+{
+    m_logs += u'[' + logTime(m_clock.now().time(), QLocale()) + u"] "_s + message + u'\n';
+    emit logsChanged();
+    emit messageLogged(message);
+}
+
+void BuildManager::setStatus(const BuildStatus& status)
+{
+    if (m_status == status)
+        return;
+    m_status = status;
+    emit statusChanged();
+}

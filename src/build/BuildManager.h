@@ -1,0 +1,50 @@
+#pragma once
+
+#include "build/BuildStatus.h"
+#include "build/DMGGenerator.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <exception>
+
+/// Owns the one build that may run at a time, tells its state and keeps its log. Main thread only.
+/// A build goes on to its end when the manager is gone; nobody hears of it then.
+class BuildManager : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(BuildStatus status READ status NOTIFY statusChanged)
+    Q_PROPERTY(QString logs READ logs NOTIFY logsChanged)
+
+public:
+    explicit BuildManager(BuildHost host, QObject* parent = nullptr);
+
+    const BuildStatus& status() const { return m_status; }
+    /// All lines of the current or last build, each "[time] message" and a line feed.
+    const QString& logs() const { return m_logs; }
+    /// Handle of the running build; none when none runs.
+    const CancellationHandle& buildTask() const { return m_buildTask; }
+
+    /// Returns at once. Does nothing while a build runs.
+    void startBuild(const DMGConfig& job);
+    /// Asks the running build to cut its waits short; it ends as `cancelled` if a step then fails.
+    void cancel();
+    void log(const QString& message);
+
+signals:
+    void statusChanged();
+    void logsChanged();
+    /// The message alone, after it has become part of `logs`.
+    void messageLogged(const QString& message);
+
+private:
+    static QCoro::Task<> run(QPointer<BuildManager> manager, QCoro::Task<> build);
+    void finish(std::exception_ptr failure);
+    void setStatus(const BuildStatus& status);
+
+    BuildStatus m_status;
+    QString m_logs;
+    CancellationHandle m_buildTask;
+    Clock& m_clock;
+    SettingsManager& m_settings;
+    DMGGenerator m_generator;
+};

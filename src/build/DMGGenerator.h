@@ -1,0 +1,27 @@
+#pragma once
+
+#include "build/BuildHost.h"
+#include "model/DMGConfig.h"
+#include "platform/Cancellation.h"
+
+#include <QCoro/QCoroTask>
+
+#include <functional>
+
+/// Turns a job into a finished, compressed image at its output location: stages the application,
+/// makes a writable image of it, styles the mounted volume, converts. Keeps nothing between builds
+/// and doesn't guard against two at a time.
+class DMGGenerator {
+public:
+    /// Called on the main thread, on a later turn, in the order of the steps.
+    using Progress = std::function<void(QString)>;
+
+    explicit DMGGenerator(BuildHost host);
+
+    /// Ends with nothing, or with a DMGError, or with a PlatformError. `cancellation` ends the
+    /// waits only: every step still runs. A build that has started doesn't need its generator.
+    QCoro::Task<> createDMG(DMGConfig job, Progress progress, CancellationHandle cancellation);
+
+private:
+    BuildHost m_host;
+};

@@ -1,0 +1,16 @@
+#include "build/Paths.h"
+
+#include <QUrl>
+
+QString lastPathComponent(const QUrl& location)
+{
+    QString path = location.toLocalFile();
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path.sliced(path.lastIndexOf(u'/') + 1);
+}
+
+QString joinedPath(const QString& folder, const QString& relativePath)
+{
+    return folder.endsWith(u'/') ? folder + relativePath : folder + u'/' + relativePath;
+}
