@@ -15,6 +15,7 @@ set(toolbox_udif bytes)
 set(toolbox_finder bytes macfile hfsplus)
 set(toolbox_volumes bytes macfile hfsplus udif)
 set(toolbox_applescript bytes finder)
+set(toolbox_macho bytes)
 set(toolbox_tools bytes macfile hfsplus udif finder volumes applescript)
 
 set(src_platform "")
