@@ -25,13 +25,13 @@ struct Chunk {
 /// The chunks cover it in order and without gaps.
 struct BlockTable {
     int32_t id = 0;
-    std::string name; // "disk image (Apple_HFS : 4)"
+    std::string name{}; // "disk image (Apple_HFS : 4)"
     uint64_t firstSector = 0;
     uint64_t sectorCount = 0;
     uint32_t buffersNeeded = 0;
     uint32_t descriptor = 0;
-    StoredChecksum checksum;
-    std::vector<Chunk> chunks;
+    StoredChecksum checksum{};
+    std::vector<Chunk> chunks{};
 
     friend bool operator==(const BlockTable&, const BlockTable&) = default;
 };

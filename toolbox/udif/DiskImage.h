@@ -33,6 +33,7 @@ public:
     uint64_t sectorCount() const;
     /// Bytes of the file itself.
     uint64_t fileBytes() const;
+    /// Read at the first call; may throw FormatError then, where the map's chunks are damaged.
     const PartitionMap& partitions() const;
 
     /// The whole disk, decoded as it is read. Throws FormatError where a chunk is damaged.

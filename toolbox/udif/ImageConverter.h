@@ -39,7 +39,7 @@ struct ConvertReport {
         std::string name;
         uint32_t crc = 0;
     };
-    std::vector<Table> tables; // empty for UDRW, which has no checksums
+    std::vector<Table> tables{}; // empty for UDRW, which has no checksums
     uint32_t masterChecksum = 0;
     uint64_t fileBytes = 0;
     uint64_t sectors = 0; // of the disk

@@ -23,9 +23,9 @@ enum class PartitionScheme {
 };
 
 struct Partition {
-    std::string name; // as the map has it, UTF-8, often empty
-    std::string type; // the Mac's word ("Apple_HFS", "EFI", ...), else what the map says
-    std::string typeID; // the GUID's text where the map has GUIDs, else the same as `type`
+    std::string name{}; // as the map has it, UTF-8, often empty
+    std::string type{}; // the Mac's word ("Apple_HFS", "EFI", ...), else what the map says
+    std::string typeID{}; // the GUID's text where the map has GUIDs, else the same as `type`
     uint32_t slice = 0; // the n of /dev/disk4sN; 0 is the whole disk
     uint64_t firstSector = 0;
     uint64_t sectorCount = 0;
@@ -46,8 +46,8 @@ struct MapArea {
 
 struct PartitionMap {
     PartitionScheme scheme = PartitionScheme::unknown;
-    std::vector<Partition> partitions; // in the map's order
-    std::vector<MapArea> areas; // in disk order; an Apple map lists itself as a partition instead
+    std::vector<Partition> partitions{}; // in the map's order
+    std::vector<MapArea> areas{}; // in disk order; an Apple map lists itself as a partition instead
 
     /// The partition that a Mac would mount first; null where there is none.
     const Partition* hfsPlusPartition() const;
@@ -56,9 +56,12 @@ struct PartitionMap {
 };
 
 /// Looks for a GPT (the backup when the primary is damaged), an Apple partition map, a bare volume
-/// and a master boot record, in this order. Never throws FormatError for what it finds: a map that
-/// contradicts itself or leaves the disk counts as not there.
+/// and a master boot record, in this order. A map that
+/// contradicts itself or leaves the disk counts as not there. Throws what reading `disk` throws.
 PartitionMap readPartitionMap(const bytes::ByteSource& disk);
+
+/// Whether the main volume header of these sectors has HFS+'s signature, or HFSX's.
+bool hasHfsPlusHeader(const bytes::ByteSource& disk, uint64_t firstSector, uint64_t sectorCount);
 
 /// The whole disk's content type in the list of an attached image: "GUID_partition_scheme", ...;
 /// empty for a disk without a map.

@@ -13,8 +13,8 @@ namespace udif {
 
 /// A read-only disk image: the trailer, and the tables that say where the disk's sectors are.
 struct Udif {
-    KolyTrailer trailer;
-    std::vector<BlockTable> tables; // in the file's order
+    KolyTrailer trailer{};
+    std::vector<BlockTable> tables{}; // in the file's order
 
     uint64_t sectorCount() const { return trailer.sectorCount; }
     friend bool operator==(const Udif&, const Udif&) = default;

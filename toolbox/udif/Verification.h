@@ -51,7 +51,7 @@ struct Verification {
 
 struct VerifyOptions {
     unsigned threads = 0; // 0 is one per processor
-    std::function<void(uint64_t sectorsDone, uint64_t sectorsInAll)> progress;
+    std::function<void(uint64_t sectorsDone, uint64_t sectorsInAll)> progress{};
 };
 
 /// Decodes every chunk of the image and compares all checksums of kinds that we know. Damage is
