@@ -1,18 +1,13 @@
 #pragma once
 
 #include "bytes/ByteDevice.h"
+#include "hfsplus/BlockRun.h"
 #include "hfsplus/Records.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace hfsplus {
-
-/// Allocation blocks in a row.
-struct BlockRun {
-    uint32_t start = 0;
-    uint32_t count = 0;
-    bool operator==(const BlockRun&) const = default;
-};
 
 /// The runs that an extent record names, up to its first unused one. Throws FormatError when one
 /// leaves the `volumeBlocks` blocks of the volume.
