@@ -75,6 +75,13 @@ struct AttributeInlineHead {
 };
 static_assert(sizeof(AttributeInlineHead) == 16 && isStoredRecord<AttributeInlineHead>);
 
+/// The largest value that may lie in a node, so that two records always fit.
+constexpr uint32_t largestInlineAttribute(uint32_t nodeSize)
+{
+    constexpr uint32_t overhead = maximumAttributeKey + 2 + sizeof(AttributeInlineHead);
+    return ((nodeSize - uint32_t{sizeof(NodeDescriptor)} - 6) / 2 - overhead) & ~1U;
+}
+
 /// A value in blocks of its own.
 struct AttributeForkRecord {
     be32 recordType, reserved;
