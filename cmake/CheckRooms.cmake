@@ -16,6 +16,7 @@ set(toolbox_finder bytes macfile hfsplus)
 set(toolbox_volumes bytes macfile hfsplus udif)
 set(toolbox_applescript bytes finder)
 set(toolbox_macho bytes)
+set(toolbox_codesign bytes macho)
 set(toolbox_tools bytes macfile hfsplus udif finder volumes applescript)
 
 set(src_platform "")
