@@ -1,0 +1,106 @@
+#include "tools/Hdiutil.h"
+
+#include "tools/FailureReason.h"
+#include "tools/HdiutilVerbs.h"
+
+#include <algorithm>
+#include <charconv>
+#include <ostream>
+
+namespace tools {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Verb {
+    std::string_view name;
+    std::span<const Option> options;
+    int (*run)(Session&);
+    std::string_view usage;
+};
+
+constexpr std::array verbs{
+    Verb{"create", createOptions, createImage,
+        "-srcfolder FOLDER [-volname NAME] [-fs HFS+] [-format FORMAT] [-imagekey KEY=VALUE] [-ov]"
+        " IMAGE"},
+    Verb{"attach", attachOptions, attachImage,
+        "[-readwrite | -readonly] [-noverify] [-noautoopen] [-nobrowse] [-nomount]"
+        " [-mountpoint PATH] IMAGE"},
+    Verb{"mount", attachOptions, attachImage, "(as attach)"},
+    Verb{"detach", detachOptions, detachImage, "[-force] MOUNTPOINT | DEVICE"},
+    Verb{"eject", detachOptions, detachImage, "(as detach)"},
+    Verb{"convert", convertOptions, convertImage,
+        "IMAGE -format FORMAT -o IMAGE [-imagekey KEY=VALUE] [-ov]"},
+    Verb{"verify", {}, verifyImage, "IMAGE"},
+    Verb{"info", {}, printAttachedImages, ""},
+    Verb{"imageinfo", {}, printImageInfo, "IMAGE"},
+};
+
+/// Taken by every verb. The last two ask for more text than there is.
+constexpr std::array commonOptions{Option{"-quiet"}, Option{"-verbose"}, Option{"-debug"}};
+
+int printUsage(std::ostream& err)
+{
+    err << "Usage: hdiutil <verb> <options>\n";
+    for (const Verb& verb : verbs)
+        err << "  hdiutil " << verb.name << (verb.usage.empty() ? "" : " ") << verb.usage << '\n';
+    return 1;
+}
+
+int run(const Verb& verb, std::span<const std::string> words, std::ostream& out, std::ostream& err)
+{
+    std::vector<Option> known(verb.options.begin(), verb.options.end());
+    known.insert(known.end(), commonOptions.begin(), commonOptions.end());
+    try {
+        const Arguments arguments(words, known);
+        std::ostream nowhere(nullptr);
+        volumes::AttachedVolumes attached(volumes::StateFolder::ofUser());
+        Session session{arguments, attached, arguments.has("-quiet") ? nowhere : out, err};
+        return verb.run(session);
+    } catch (const UsageError& mistake) {
+        err << "hdiutil: " << verb.name << ": " << mistake.what() << "\nUsage: hdiutil "
+            << verb.name << ' ' << verb.usage << '\n';
+    } catch (const std::exception& failure) {
+        err << "hdiutil: " << verb.name << " failed - " << reasonOf(failure) << '\n';
+    }
+    return 1;
+}
+
+} // namespace
+
+fs::path Session::hostPath(const std::string& path) const
+{
+    return volumes.state().hostPath(fs::absolute(path));
+}
+
+int hdiutil(std::span<const std::string> arguments, std::ostream& out, std::ostream& err)
+{
+    if (arguments.empty())
+        return printUsage(err);
+    const auto verb = std::ranges::find(verbs, arguments[0], &Verb::name);
+    if (verb == verbs.end()) {
+        err << "hdiutil: " << arguments[0] << ": unknown verb\n";
+        return printUsage(err);
+    }
+    return run(*verb, arguments.subspan(1), out, err);
+}
+
+std::optional<int> compressionLevel(const Arguments& arguments)
+{
+    const auto key = arguments.value("-imagekey");
+    if (!key)
+        return std::nullopt;
+    for (const std::string_view name : {"zlib-level=", "bzip2-level="}) {
+        int level = 0;
+        if (!key->starts_with(name))
+            continue;
+        const char* last = key->data() + key->size();
+        const auto [end, fault] = std::from_chars(key->data() + name.size(), last, level);
+        if (fault == std::errc{} && end == last && level >= 1 && level <= 9)
+            return level;
+    }
+    throw UsageError("-imagekey " + *key + ": unknown key or value");
+}
+
+} // namespace tools

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "tools/Arguments.h"
+#include "volumes/AttachedVolumes.h"
+
+#include <array>
+#include <filesystem>
+#include <iosfwd>
+
+/// The verbs of hdiutil. Each has a table of its options and a function, which throws what went
+/// wrong, or reports it on `err` and returns the exit status itself.
+namespace tools {
+
+/// What a verb works with.
+struct Session {
+    const Arguments& arguments;
+    volumes::AttachedVolumes& volumes;
+    std::ostream& out;
+    std::ostream& err;
+
+    /// Where a path of the command line lies on this host, absolute.
+    std::filesystem::path hostPath(const std::string& path) const;
+};
+
+inline constexpr std::array createOptions{
+    Option{"-volname", true},
+    Option{"-srcfolder", true},
+    Option{"-format", true},
+    Option{"-fs", true},
+    Option{"-layout", true},
+    Option{"-imagekey", true},
+    Option{"-ov"},
+};
+int createImage(Session& session);
+
+inline constexpr std::array attachOptions{
+    Option{"-mountpoint", true},
+    Option{"-owners", true},
+    Option{"-readwrite"},
+    Option{"-readonly"},
+    Option{"-nomount"},
+    Option{"-verify"},
+    Option{"-noverify"},
+    Option{"-autoopen"},
+    Option{"-noautoopen"},
+    Option{"-nobrowse"},
+};
+int attachImage(Session& session);
+
+inline constexpr std::array detachOptions{Option{"-force"}};
+int detachImage(Session& session);
+
+inline constexpr std::array convertOptions{
+    Option{"-format", true},
+    Option{"-o", true},
+    Option{"-imagekey", true},
+    Option{"-ov"},
+};
+int convertImage(Session& session);
+
+int verifyImage(Session& session);
+int printAttachedImages(Session& session);
+int printImageInfo(Session& session);
+
+/// The level in "-imagekey zlib-level=N" or "bzip2-level=N"; throws UsageError for other keys.
+std::optional<int> compressionLevel(const Arguments& arguments);
+
+} // namespace tools

@@ -1,0 +1,52 @@
+#include "tools/HdiutilVerbs.h"
+#include "tools/ImageChecks.h"
+#include "tools/Text.h"
+#include "udif/DiskImage.h"
+#include "udif/ImageError.h"
+
+#include <ostream>
+
+namespace tools {
+
+namespace {
+
+void printFaults(std::ostream& err, const std::vector<std::string>& faults)
+{
+    for (const std::string& fault : faults)
+        err << "hdiutil: verify: " << oneLine(fault) << '\n';
+}
+
+} // namespace
+
+int verifyImage(Session& session)
+{
+    const std::string& given = session.arguments.onlyOperand();
+    const auto path = session.hostPath(given);
+    std::ostream& err = session.err;
+
+    const udif::Verification checksums = udif::verifyImage(path);
+    printChecksums(session.out, checksums);
+    session.out.flush();
+    if (!checksums.valid()) {
+        for (const auto& finding : checksums.findings)
+            err << "hdiutil: verify: " << oneLine(finding.message) << '\n';
+        err << "hdiutil: verify: checksum of \"" << given << "\" is INVALID\n"
+            << "hdiutil: verify failed - corrupt image\n";
+        return 1;
+    }
+    const std::vector<std::string> faults = volumeFaults(udif::DiskImage::open(path));
+    printFaults(err, faults);
+    if (checksums.hasChecksums)
+        err << "hdiutil: verify: checksum of \"" << given << "\" is VALID\n";
+    if (!faults.empty()) {
+        err << "hdiutil: verify failed - the volume is damaged\n";
+        return 1;
+    }
+    if (!checksums.hasChecksums) {
+        err << "hdiutil: verify failed - image has no checksum\n";
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace tools

@@ -1,0 +1,97 @@
+#include "tools/ImageChecks.h"
+
+#include "bytes/ByteDevice.h"
+#include "bytes/FormatError.h"
+#include "finder/StoreChecker.h"
+#include "hfsplus/Volume.h"
+#include "hfsplus/VolumeChecker.h"
+#include "tools/Text.h"
+#include "udif/DiskImage.h"
+
+#include <ostream>
+#include <string_view>
+#include <system_error>
+
+namespace tools {
+
+namespace {
+
+void printResult(
+    std::ostream& out, const std::string& label, uint32_t computed, uint32_t stored, bool valid)
+{
+    if (valid)
+        out << label << "verified   " << crcText(computed) << '\n';
+    else
+        out << label << "calculated " << crcText(computed) << ", expected   " << crcText(stored)
+            << '\n';
+}
+
+/// No Finder reads a store of more than some megabytes.
+constexpr uint64_t storeLimit = uint64_t{64} << 20;
+
+/// `path` is what a store claims: it may be nothing that a file can be called.
+bool hasFile(const hfsplus::Volume& volume, std::string_view path)
+{
+    while (path.starts_with('/'))
+        path.remove_prefix(1);
+    try {
+        return !path.empty() && volume.find(path).has_value();
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+void checkStore(const hfsplus::Volume& volume, std::vector<std::string>& faults)
+{
+    const auto store = volume.find(".DS_Store");
+    if (!store || store->kind != hfsplus::EntryKind::file)
+        return;
+    const hfsplus::ForkReader fork = volume.dataFork(*store);
+    if (fork.size() > storeLimit) {
+        faults.push_back(".DS_Store: larger than any store");
+        return;
+    }
+    finder::VolumeFacts facts{.volumeName = volume.name(), .rootNames = {}, .hasFile = {}};
+    for (const hfsplus::Entry& entry : volume.children(hfsplus::rootFolderID))
+        facts.rootNames.emplace(entry.name);
+    facts.hasFile = [&](const std::string& path) { return hasFile(volume, path); };
+    const std::vector<std::byte> raw = fork.read(0, static_cast<std::size_t>(fork.size()));
+    for (const finder::StoreFinding& finding : finder::checkStore(raw, facts))
+        faults.push_back(".DS_Store: " + finding.message);
+}
+
+} // namespace
+
+void printChecksums(std::ostream& out, const udif::Verification& verification)
+{
+    for (const udif::Verification::Table& table : verification.tables) {
+        out << "Checksumming " << table.name << "…\n";
+        printResult(out, column(table.name, 36, Align::right) + ": ", table.computed,
+            table.stored.value, table.valid());
+    }
+    if (verification.hasChecksums)
+        printResult(out, "", verification.masterComputed, verification.masterStored.value,
+            verification.masterComputed == verification.masterStored.value);
+}
+
+std::vector<std::string> volumeFaults(const udif::DiskImage& image)
+{
+    const udif::Partition* partition = image.partitions().hfsPlusPartition();
+    if (partition == nullptr)
+        return {};
+    const bytes::SourceRange source(image.disk(), partition->firstSector * udif::sectorBytes,
+        partition->sectorCount * udif::sectorBytes);
+    std::vector<std::string> faults;
+    for (const hfsplus::Finding& finding : hfsplus::checkVolume(source))
+        faults.push_back(finding.message);
+    try {
+        checkStore(hfsplus::Volume(source), faults);
+    } catch (const bytes::FormatError& damage) {
+        // The check of the volume says the same, and more of it.
+        if (faults.empty())
+            faults.emplace_back(damage.what());
+    }
+    return faults;
+}
+
+} // namespace tools

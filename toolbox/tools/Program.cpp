@@ -1,0 +1,23 @@
+#include "tools/Program.h"
+
+#include "bytes/Interruption.h"
+
+#include <csignal>
+#include <iostream>
+#include <vector>
+
+namespace tools {
+
+int runProgram(int argc, char* argv[], Command command)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    bytes::endOnSignals();
+    std::ios::sync_with_stdio(false);
+    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    const int status = command(arguments, std::cout, std::cerr);
+    std::cout.flush();
+    bytes::waitForSignalInProgress();
+    return status;
+}
+
+} // namespace tools

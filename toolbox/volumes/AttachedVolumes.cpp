@@ -1,0 +1,320 @@
+#include "volumes/AttachedVolumes.h"
+
+#include "bytes/ByteDevice.h"
+#include "bytes/File.h"
+#include "bytes/Interruption.h"
+#include "hfsplus/Volume.h"
+#include "hfsplus/VolumeEditor.h"
+#include "hfsplus/VolumeExtractor.h"
+#include "udif/DiskImage.h"
+#include "volumes/MountName.h"
+
+#include <cerrno>
+#include <charconv>
+#include <ctime>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace volumes {
+
+namespace fs = std::filesystem;
+using Stage = AttachedImage::Stage;
+
+namespace {
+
+[[noreturn]] void throwError(int code, const fs::path& path)
+{
+    throw std::system_error(code, std::generic_category(), path.string());
+}
+
+FileIdentity identityOfExisting(const fs::path& path)
+{
+    if (const auto identity = FileIdentity::of(path))
+        return *identity;
+    bytes::throwErrno(path.string());
+}
+
+Slice sliceOf(const udif::Partition& partition)
+{
+    return {partition.slice, partition.type, partition.typeID,
+        partition.firstSector * udif::sectorBytes, partition.sectorCount * udif::sectorBytes};
+}
+
+bool mayWrite(const udif::DiskImage& disk, AttachOptions::Access access)
+{
+    if (disk.format().format != udif::ImageFormat::UDRW
+        || access == AttachOptions::Access::readOnly)
+        return false;
+    if (::access(disk.path().c_str(), W_OK) == 0)
+        return true;
+    if (access == AttachOptions::Access::readWrite)
+        bytes::throwErrno(disk.path().string());
+    return false;
+}
+
+/// The N of "disk4", "/dev/disk4", "disk4s1".
+std::optional<unsigned> diskNamed(std::string_view target)
+{
+    if (target.starts_with("/dev/"))
+        target.remove_prefix(5);
+    if (!target.starts_with("disk"))
+        return std::nullopt;
+    unsigned disk = 0;
+    const char* last = target.data() + target.size();
+    const auto [end, fault] = std::from_chars(target.data() + 4, last, disk);
+    if (fault != std::errc{} || (end != last && *end != 's'))
+        return std::nullopt;
+    return disk;
+}
+
+std::string withoutTrailingSlashes(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
+} // namespace
+
+/// An image with its volume, read, and what the registry will keep of them.
+struct AttachedVolumes::Opened {
+    Opened(const fs::path& path, const AttachOptions& options);
+
+    udif::DiskImage disk;
+    std::optional<bytes::SourceRange> partition;
+    std::optional<hfsplus::Volume> volume;
+    AttachedImage facts;
+};
+
+AttachedVolumes::Opened::Opened(const fs::path& path, const AttachOptions& options)
+    : disk(udif::DiskImage::open(path))
+{
+    const udif::PartitionMap& map = disk.partitions();
+    const udif::Partition* mountable = map.hfsPlusPartition();
+    if (mountable == nullptr)
+        throw VolumeError(VolumeError::Case::noMountableFileSystems);
+
+    facts.image = path;
+    facts.identity = identityOfExisting(path);
+    facts.imageType = disk.format().imageType;
+    facts.sectors = disk.sectorCount();
+    facts.content = udif::contentOf(map.scheme);
+    if (map.scheme != udif::PartitionScheme::bare) {
+        for (const udif::Partition& each : map.partitions)
+            facts.slices.push_back(sliceOf(each));
+    }
+    facts.volume = sliceOf(*mountable);
+
+    partition.emplace(disk.disk(), facts.volume.start, facts.volume.length);
+    volume.emplace(*partition);
+    facts.writable = mayWrite(disk, options.access) && !volume->usesAlternateHeader();
+    facts.volumeName = volume->name();
+    facts.createDate = volume->header().createDate;
+}
+
+AttachedVolumes::AttachedVolumes(StateFolder state)
+    : m_registry(std::move(state))
+{ }
+
+AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions& options)
+{
+    if (const auto known = attachedAs(identityOfExisting(image)); known && known->isMounted())
+        return {*known, {}};
+
+    const Opened opened(image, options);
+    Claim claimed = claim(opened, options);
+    AttachResult result{std::move(claimed.image), {}};
+    if (!claimed.held)
+        return result;
+
+    AttachedImage& entry = result.image;
+    const auto undo = [&] { m_registry.remove(entry); };
+    const bytes::OnInterruption removal(undo);
+    try {
+        hfsplus::ExtractReport report =
+            hfsplus::VolumeExtractor(*opened.volume, entry.folder).extract();
+        report.snapshot.save(m_registry.snapshotFile(entry.disk));
+        result.skipped = std::move(report.skipped);
+        const bytes::Uninterrupted settled;
+        entry.stage = Stage::mounted;
+        save(entry);
+    } catch (...) {
+        undo();
+        throw;
+    }
+    return result;
+}
+
+AttachedVolumes::Claim AttachedVolumes::claim(
+    const Opened& opened, const AttachOptions& options) const
+{
+    for (;;) {
+        std::optional<FileLock> registry = m_registry.lock();
+        m_registry.sweep();
+        const auto known = attachedAs(opened.facts.identity);
+        if (known && (known->isMounted() || (known->stage == Stage::unmounted && !options.mount)))
+            return {*known, std::nullopt};
+
+        AttachedImage image = opened.facts;
+        image.disk = known ? known->disk : m_registry.freeDisk();
+        auto held = m_registry.tryLockDisk(image.disk);
+        if (!held) {
+            // Another tool attaches or detaches this very image: what it leaves decides.
+            registry.reset();
+            m_registry.lockDisk(image.disk);
+            continue;
+        }
+        image.attachedAt = std::time(nullptr);
+        if (!options.mount) {
+            image.stage = Stage::unmounted;
+            m_registry.save(image);
+            return {std::move(image), std::nullopt};
+        }
+        // The folder is chosen first: an entry whose folder isn't there yet is swept like any
+        // other, but a folder without an entry would stay for ever.
+        chooseFolder(image, options.mountPoint);
+        m_registry.save(image);
+        if (image.ownsFolder && ::mkdir(image.folder.c_str(), 0700) != 0) {
+            m_registry.remove(image);
+            bytes::throwErrno(image.folder.string());
+        }
+        return {std::move(image), std::move(held)};
+    }
+}
+
+void AttachedVolumes::chooseFolder(AttachedImage& image, const fs::path& mountPoint) const
+{
+    const StateFolder& state = m_registry.state();
+    if (mountPoint.empty()) {
+        const std::string name = mountNameFor(image.volumeName);
+        for (unsigned choice = 0;; ++choice) {
+            const std::string candidate = numberedName(name, choice);
+            image.folder = state.volumes() / candidate;
+            image.mountPoint = "/Volumes/" + candidate;
+            if (fs::symlink_status(image.folder).type() == fs::file_type::not_found)
+                return;
+        }
+    }
+    image.mountPoint = withoutTrailingSlashes(mountPoint.lexically_normal().string());
+    image.folder = state.hostPath(image.mountPoint);
+    image.ownsFolder = image.folder.parent_path() == state.volumes();
+    if (image.ownsFolder) {
+        if (fs::exists(fs::symlink_status(image.folder)))
+            throwError(EBUSY, image.folder);
+    } else if (!fs::is_directory(image.folder)) {
+        throwError(ENOENT, image.folder);
+    } else if (!fs::is_empty(image.folder)) {
+        throwError(ENOTEMPTY, image.folder);
+    }
+}
+
+ReleaseResult AttachedVolumes::release(const AttachedImage& image, const ReleaseOptions& options)
+{
+    const FileLock held = m_registry.lockDisk(image.disk);
+    auto entry = attachedAs(image.identity);
+    if (!entry || entry->disk != image.disk || (options.keepAttached && !entry->isMounted()))
+        throw VolumeError(VolumeError::Case::notAttached);
+
+    ReleaseResult result;
+    if (entry->isMounted() && !options.force) {
+        if (auto process = processUsing(entry->folder))
+            throw VolumeError(VolumeError::Case::busy, {}, std::move(*process));
+    }
+    const bytes::Uninterrupted whole;
+    if (entry->isMounted() && entry->writable) {
+        try {
+            writeBack(*entry, options.fixedTime);
+        } catch (const std::exception& failure) {
+            if (!options.force)
+                throw;
+            result.lost = failure.what();
+        }
+    }
+    // From here on the folder no longer says what the volume holds: were it taken for a mounted
+    // volume after a kill, its missing files would be deleted from the image.
+    entry->stage = Stage::discarding;
+    save(*entry);
+    if (options.keepAttached)
+        m_registry.unmount(*entry);
+    else
+        m_registry.remove(*entry);
+    return result;
+}
+
+void AttachedVolumes::writeBack(const AttachedImage& image, std::optional<uint32_t> fixedTime) const
+{
+    // On a Mac too, what is written to an image that somebody deleted goes with it.
+    if (FileIdentity::of(image.image) != image.identity)
+        return;
+    udif::DiskImage disk = udif::DiskImage::open(image.image, udif::DiskImage::Access::readWrite);
+    bytes::DeviceRange volume(disk.writableDisk(), image.volume.start, image.volume.length);
+    const auto before = hfsplus::FolderSnapshot::load(m_registry.snapshotFile(image.disk));
+    try {
+        hfsplus::VolumeEditor(volume, image.folder, before, {.fixedTime = fixedTime}).apply();
+    } catch (const hfsplus::NoSpaceOnVolume& full) {
+        throw VolumeError(VolumeError::Case::full,
+            std::to_string(full.neededBytes()) + " bytes needed, "
+                + std::to_string(full.freeBytes()) + " free");
+    }
+}
+
+void AttachedVolumes::save(const AttachedImage& image) const
+{
+    const FileLock registry = m_registry.lock();
+    m_registry.save(image);
+}
+
+std::optional<AttachedImage> AttachedVolumes::attachedAs(const FileIdentity& identity) const
+{
+    for (AttachedImage& image : m_registry.list()) {
+        if (image.identity == identity)
+            return std::move(image);
+    }
+    return std::nullopt;
+}
+
+std::vector<AttachedImage> AttachedVolumes::list() const
+{
+    const FileLock registry = m_registry.lock();
+    m_registry.sweep();
+    std::vector<AttachedImage> images = m_registry.list();
+    std::erase_if(images, [](const AttachedImage& image) {
+        return image.stage != Stage::mounted && image.stage != Stage::unmounted;
+    });
+    return images;
+}
+
+AttachedVolumes::Lookup AttachedVolumes::find(const std::string& target) const
+{
+    const auto disk = diskNamed(target);
+    const std::string mountPoint = withoutTrailingSlashes(target);
+    const auto meant = [&](const AttachedImage& image) {
+        return disk ? image.disk == *disk : image.mountPoint == mountPoint;
+    };
+    std::vector<AttachedImage> tidied;
+    {
+        const FileLock registry = m_registry.lock();
+        tidied = m_registry.sweep();
+    }
+    for (AttachedImage& image : list()) {
+        if (meant(image))
+            return {std::move(image), false};
+    }
+    for (const AttachedImage& image : tidied) {
+        if (meant(image))
+            return {std::nullopt, true};
+    }
+    return {};
+}
+
+bool AttachedVolumes::isBeingWritten(const fs::path& image) const
+{
+    const FileLock registry = m_registry.lock();
+    m_registry.sweep();
+    const auto identity = FileIdentity::of(image);
+    const auto known = identity ? attachedAs(*identity) : std::nullopt;
+    return known && known->writable;
+}
+
+} // namespace volumes

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "volumes/AttachmentRegistry.h"
+#include "volumes/VolumeError.h"
+
+namespace volumes {
+
+struct AttachOptions {
+    enum class Access { whatIsPossible, readOnly, readWrite };
+
+    /// `readWrite` of a compressed image attaches it read-only, as a Mac does.
+    Access access = Access::whatIsPossible;
+    bool mount = true;
+    /// As a Mac has it; "/Volumes/" and the volume's name when empty. Outside /Volumes it must be
+    /// an empty folder.
+    std::filesystem::path mountPoint;
+};
+
+struct AttachResult {
+    AttachedImage image;
+    /// A line for each file that could not be laid out.
+    std::vector<std::string> skipped;
+};
+
+struct ReleaseOptions {
+    /// Goes on although a process uses the volume or changes don't fit.
+    bool force = false;
+    /// Unmounts only; the image stays attached.
+    bool keepAttached = false;
+    /// The time that the volume gets if it is written, HFS+ seconds; else the clock's.
+    std::optional<uint32_t> fixedTime;
+};
+
+struct ReleaseResult {
+    /// Why changes could not be written back, when `force` let them go; else empty.
+    std::string lost;
+};
+
+/// The images that this user has attached. A host that can't mount HFS+ sees an attached volume as
+/// a folder: attaching lays the files out, releasing writes back what was added, changed or removed
+/// meanwhile and nothing else. May be used by several tools at once.
+class AttachedVolumes {
+public:
+    explicit AttachedVolumes(StateFolder state);
+
+    const StateFolder& state() const { return m_registry.state(); }
+
+    /// `image` must be absolute. An attached image is only looked up, or mounted again. Throws
+    /// VolumeError, udif::ImageError, bytes::FormatError for a damaged image, std::system_error.
+    AttachResult attach(const std::filesystem::path& image, const AttachOptions& options);
+
+    /// Unmounts and, unless asked otherwise, detaches. When it throws, the volume is attached and
+    /// mounted as before. Throws VolumeError, bytes::FormatError, std::system_error.
+    ReleaseResult release(const AttachedImage& image, const ReleaseOptions& options);
+
+    /// By device number, without those that another tool is just making or removing.
+    std::vector<AttachedImage> list() const;
+
+    struct Lookup {
+        std::optional<AttachedImage> image;
+        /// It was there, but as a leftover of a killed tool that has now been tidied away.
+        bool tidiedAway = false;
+    };
+    /// `target` is a mount point or a device: "disk4", "/dev/disk4", "disk4s1".
+    Lookup find(const std::string& target) const;
+
+    /// Whether the file is attached for writing, so that its content isn't settled.
+    bool isBeingWritten(const std::filesystem::path& image) const;
+
+private:
+    struct Opened;
+    struct Claim {
+        AttachedImage image;
+        std::optional<FileLock> held; // none when there is nothing left to do
+    };
+
+    Claim claim(const Opened& opened, const AttachOptions& options) const;
+    std::optional<AttachedImage> attachedAs(const FileIdentity& identity) const;
+    void chooseFolder(AttachedImage& image, const std::filesystem::path& mountPoint) const;
+    void save(const AttachedImage& image) const;
+    void writeBack(const AttachedImage& image, std::optional<uint32_t> fixedTime) const;
+
+    AttachmentRegistry m_registry;
+};
+
+} // namespace volumes
