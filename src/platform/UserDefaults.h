@@ -50,8 +50,9 @@ private:
     QVariant value(const QString& key) const;
     void assign(const QString& key, const QVariant& value);
     void store(const QString& key, const QVariant& value);
-    QVariantMap fileContents() const;
-    void setDamagedFileAside() const;
+    QVariant storedValue(const QString& key) const;
+    std::optional<QVariantMap> parsedFile() const;
+    QVariantMap contentsUnderLock() const;
 
     QString m_file;
     QMap<QString, QVariant> m_volatile;

@@ -1,0 +1,108 @@
+#include "platform/ChildProcess.h"
+
+#include "platform/PlatformError.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+QProcess::ProcessChannelMode channelMode(const ToolCall& call)
+{
+    if (call.captureOutput)
+        return call.captureError ? QProcess::SeparateChannels : QProcess::ForwardedErrorChannel;
+    return call.captureError ? QProcess::ForwardedOutputChannel : QProcess::ForwardedChannels;
+}
+
+/// The error number with which starting the program must fail, 0 if nothing speaks against it.
+int obstacleTo(const QByteArray& program)
+{
+    struct stat status { };
+    if (::stat(program.constData(), &status) != 0)
+        return errno;
+    if (!S_ISREG(status.st_mode))
+        return EACCES;
+    return ::access(program.constData(), X_OK) == 0 ? 0 : errno;
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(const ToolCall& call, const SystemRoot& root)
+    : m_call(call)
+{
+    m_process.setProgram(root.toolPath(call.program));
+    m_process.setArguments(call.arguments);
+    m_process.setProcessEnvironment(root.childEnvironment());
+    m_process.setProcessChannelMode(channelMode(call));
+    if (!call.workingDirectory.isEmpty())
+        m_process.setWorkingDirectory(root.hostPath(call.workingDirectory));
+    if (call.input.isEmpty())
+        m_process.setStandardInputFile(QProcess::nullDevice());
+}
+
+QFuture<ToolOutcome> ChildProcess::start()
+{
+    m_promise.start();
+    const QFuture<ToolOutcome> outcome = m_promise.future();
+    connect(&m_process, &QProcess::errorOccurred, this, &ChildProcess::reportFailedStart);
+    connect(&m_process, &QProcess::finished, this, &ChildProcess::reportEnd);
+    m_process.start();
+    if (!m_call.input.isEmpty() && m_process.state() != QProcess::NotRunning) {
+        m_process.write(m_call.input);
+        m_process.closeWriteChannel();
+    }
+    return outcome;
+}
+
+void ChildProcess::interrupt()
+{
+    const qint64 identifier = m_process.processId();
+    if (identifier > 0 && !m_call.evenWhenInterrupted)
+        ::kill(static_cast<pid_t>(identifier), SIGINT);
+}
+
+/// Every other error (a tool that doesn't read its input, one that a signal killed) is followed by
+/// the end of the process.
+void ChildProcess::reportFailedStart(QProcess::ProcessError error)
+{
+    if (error != QProcess::FailedToStart)
+        return;
+    ToolOutcome outcome;
+    outcome.launchError = launchError();
+    report(std::move(outcome));
+}
+
+void ChildProcess::reportEnd()
+{
+    ToolOutcome outcome;
+    outcome.exitStatus = m_process.exitCode(); // a signal's number after a crash
+    if (m_process.exitStatus() == QProcess::CrashExit && outcome.exitStatus == 0)
+        outcome.exitStatus = SIGKILL;
+    if (m_call.captureOutput)
+        outcome.output = m_process.readAllStandardOutput();
+    if (m_call.captureError)
+        outcome.error = m_process.readAllStandardError();
+    report(std::move(outcome));
+}
+
+void ChildProcess::report(ToolOutcome outcome)
+{
+    if (std::exchange(m_reported, true))
+        return;
+    m_promise.addResult(std::move(outcome));
+    m_promise.finish();
+    deleteLater(); // not now: this runs inside a signal of the process
+}
+
+QString ChildProcess::launchError() const
+{
+    constexpr auto operation = PlatformError::Operation::start;
+    if (const int error = obstacleTo(QFile::encodeName(m_process.program())))
+        return PlatformError::fromErrno(operation, m_call.program, error).description();
+    return PlatformError(operation, m_call.program, m_process.errorString()).description();
+}
