@@ -28,17 +28,14 @@ public:
         raw(recordBytes(value));
     }
 
-    void raw(std::span<const std::byte> bytes)
-    {
-        m_out.insert(m_out.end(), bytes.begin(), bytes.end());
-    }
+    void raw(std::span<const std::byte> bytes);
     void text(std::string_view text) { raw(std::as_bytes(std::span(text.data(), text.size()))); }
     void utf16(std::u16string_view units)
     {
         for (const char16_t unit : units)
             u16(unit);
     }
-    void zeros(std::size_t count) { m_out.resize(m_out.size() + count); }
+    void zeros(std::size_t count);
     /// Zeros up to the next multiple of `alignment`.
     void align(std::size_t alignment)
     {
