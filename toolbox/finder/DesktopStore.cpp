@@ -1,0 +1,92 @@
+#include "finder/DesktopStore.h"
+
+#include "bytes/ByteWriter.h"
+#include "hfsplus/NameOrder.h"
+
+#include <algorithm>
+
+namespace finder {
+
+namespace {
+
+/// Where a record stands; the part of it that is ordered.
+struct Place {
+    std::u16string_view name;
+    FourCC code;
+};
+
+bool comesBefore(const Place& a, const Place& b)
+{
+    const auto order = hfsplus::compareNames(a.name, b.name);
+    return order != 0 ? order < 0 : a.code < b.code;
+}
+
+Place placeOf(const StoreRecord& record)
+{
+    return {record.name, record.code};
+}
+
+/// The records of one name and code: at most one in a store of ours, more in one that a
+/// case-sensitive volume's Finder wrote.
+template <typename Records>
+auto recordsAt(Records& records, const Place& place)
+{
+    return std::ranges::equal_range(records, place, comesBefore, placeOf);
+}
+
+StoreValue wordValue(FourCC type, uint32_t word)
+{
+    bytes::ByteWriter out;
+    out.u32(word);
+    return {type, out.take()};
+}
+
+} // namespace
+
+StoreValue StoreValue::number(uint32_t value)
+{
+    return wordValue("long", value);
+}
+
+StoreValue StoreValue::code(FourCC value)
+{
+    return wordValue("type", value.value);
+}
+
+StoreValue StoreValue::blob(std::span<const std::byte> value)
+{
+    return {"blob", {value.begin(), value.end()}};
+}
+
+DesktopStore::DesktopStore(std::vector<StoreRecord> records)
+    : m_records(std::move(records))
+{
+    std::ranges::stable_sort(m_records, inOrder);
+}
+
+bool DesktopStore::inOrder(const StoreRecord& a, const StoreRecord& b)
+{
+    return comesBefore(placeOf(a), placeOf(b));
+}
+
+const StoreValue* DesktopStore::find(std::u16string_view name, FourCC code) const
+{
+    const auto found = recordsAt(m_records, {name, code});
+    return found.empty() ? nullptr : &found.front().value;
+}
+
+void DesktopStore::set(std::u16string_view name, FourCC code, StoreValue value)
+{
+    StoreRecord record{std::u16string(name), code, std::move(value)};
+    const auto present = recordsAt(m_records, placeOf(record));
+    const auto at = m_records.erase(present.begin(), present.end());
+    m_records.insert(at, std::move(record));
+}
+
+void DesktopStore::remove(std::u16string_view name, FourCC code)
+{
+    const auto present = recordsAt(m_records, {name, code});
+    m_records.erase(present.begin(), present.end());
+}
+
+} // namespace finder

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace finder {
+
+/// What is known of the volume whose root holds the store.
+struct VolumeFacts {
+    std::string volumeName; // as a user reads it
+    std::set<std::u16string> rootNames; // as the volume stores them
+    /// Whether the volume has a file at a path ("/.background/bg.png"); empty: not looked at.
+    std::function<bool(const std::string& path)> hasFile;
+};
+
+struct StoreFinding {
+    std::string message;
+};
+
+/// Looks at a `.DS_Store` as a Finder would that is about to open the volume's window, and at its
+/// bookkeeping. Independent of the code that writes settings. No findings: nothing to object to.
+std::vector<StoreFinding> checkStore(std::span<const std::byte> file, const VolumeFacts& facts);
+
+} // namespace finder
