@@ -65,8 +65,10 @@ Chunk chunkOf(const ChunkRecord& record, uint64_t position, const TableEnd& tabl
             + std::to_string(position));
     if (chunk.sectorCount > table.sectorCount - position)
         in.fail("a chunk leaves its table");
-    if (!chunk.isStored())
+    if (!chunk.isStored()) {
+        chunk.offset = record.offset;
         return chunk;
+    }
     if (record.offset > table.dataForkLength - table.dataOffset)
         in.fail("a chunk starts behind the data fork");
     chunk.offset = table.dataOffset + record.offset;

@@ -14,7 +14,7 @@ struct Chunk {
     ChunkType type = ChunkType::zeros;
     uint64_t firstSector = 0; // from the table's first one
     uint64_t sectorCount = 0;
-    uint64_t offset = 0; // of the stored bytes in the data fork
+    uint64_t offset = 0; // of the stored bytes in the data fork; without such bytes it says nothing
     uint64_t length = 0; // of the stored bytes; 0 where nothing is stored
 
     bool isStored() const { return type != ChunkType::zeros && type != ChunkType::ignored; }

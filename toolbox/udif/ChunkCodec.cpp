@@ -33,10 +33,28 @@ void decodeZlib(std::span<const std::byte> stored, std::span<std::byte> content)
         throw bytes::FormatError("a zlib chunk is damaged");
 }
 
+// libdeflate's levels for those of zlib, 1 to 9. Measured in chunks of 1 MiB on 33.5 MB of a
+// machine code library (libclang-cpp; a Qt library gives the same picture), one core:
+//
+//     zlib 6         10.52 MB   29 MB/s        libdeflate 7   10.43 MB   57 MB/s
+//     zlib 9         10.47 MB    9 MB/s        libdeflate 9   10.39 MB   18 MB/s
+//     libdeflate 6   10.47 MB   78 MB/s        libdeflate 10  10.15 MB   12 MB/s
+//
+// So level 7 beats zlib's best at six times its speed and is used when nobody asks for a level; who
+// asks for 9 gets 3 % less than zlib makes and still waits less. 11 and 12 save another 0.1 %.
+constexpr std::array deflateLevels{1, 2, 3, 4, 5, 6, 6, 7, 10};
+constexpr int defaultZlibLevel = 8;
+
+int clampedLevel(int level)
+{
+    return std::clamp(level, 1, 9);
+}
+
 class ZlibEncoder final : public ChunkEncoder {
 public:
     explicit ZlibEncoder(int level)
-        : m_codec(libdeflate_alloc_compressor(level))
+        : m_codec(libdeflate_alloc_compressor(
+            deflateLevels[static_cast<std::size_t>(clampedLevel(level) - 1)]))
     {
         if (!m_codec)
             throw std::bad_alloc();
@@ -103,7 +121,7 @@ void decodeBzip2(std::span<const std::byte> stored, std::span<std::byte> content
 class Bzip2Encoder final : public ChunkEncoder {
 public:
     explicit Bzip2Encoder(int level)
-        : m_level(level)
+        : m_level(clampedLevel(level))
     { }
 
     std::vector<std::byte> encode(std::span<const std::byte> content) override
@@ -129,11 +147,11 @@ std::unique_ptr<ChunkEncoder> makeBzip2Encoder(int level)
 }
 
 constexpr std::array codecs{
-    ChunkCodec{ChunkType::adc, "ADC", nullptr, nullptr},
-    ChunkCodec{ChunkType::zlib, "zlib", decodeZlib, makeZlibEncoder},
-    ChunkCodec{ChunkType::bzip2, "bzip2", decodeBzip2, makeBzip2Encoder},
-    ChunkCodec{ChunkType::lzfse, "LZFSE", nullptr, nullptr},
-    ChunkCodec{ChunkType::lzma, "LZMA", nullptr, nullptr},
+    ChunkCodec{ChunkType::adc, "ADC", nullptr, nullptr, 0},
+    ChunkCodec{ChunkType::zlib, "zlib", decodeZlib, makeZlibEncoder, defaultZlibLevel},
+    ChunkCodec{ChunkType::bzip2, "bzip2", decodeBzip2, makeBzip2Encoder, 9},
+    ChunkCodec{ChunkType::lzfse, "LZFSE", nullptr, nullptr, 0},
+    ChunkCodec{ChunkType::lzma, "LZMA", nullptr, nullptr, 0},
 };
 
 } // namespace

@@ -19,8 +19,6 @@ namespace {
 /// What a decoder is told to have room for: a chunk and a little more, as a Mac says it.
 constexpr uint32_t decoderSectors = ChunkPlan::chunkSectors + 8;
 
-constexpr int smallestLevel = 9;
-
 } // namespace
 
 struct UdifImageJob::EncodedChunk {
@@ -39,7 +37,7 @@ public:
         , m_type(factsOf(job.m_options.format).chunkType)
     {
         if (const ChunkCodec* codec = codecFor(m_type))
-            m_encoder = codec->makeEncoder(job.m_options.level.value_or(smallestLevel));
+            m_encoder = codec->makeEncoder(job.m_options.level.value_or(codec->defaultLevel));
     }
 
     EncodedChunk encode(const ChunkPlan::Item& item)

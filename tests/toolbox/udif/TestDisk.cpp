@@ -1,0 +1,104 @@
+#include "TestDisk.h"
+
+#include "bytes/ByteDevice.h"
+#include "bytes/File.h"
+#include "udif/DiskImage.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string_view>
+#include <sys/wait.h>
+
+namespace testing_udif {
+
+Scratch::Scratch()
+{
+    std::string pattern = (fs::temp_directory_path() / "udif-test-XXXXXX").string();
+    if (!::mkdtemp(pattern.data()))
+        bytes::throwErrno(pattern);
+    m_folder = pattern;
+}
+
+Scratch::~Scratch()
+{
+    std::error_code ignored;
+    fs::remove_all(m_folder, ignored);
+}
+
+void fillWithNoise(std::span<std::byte> out, uint64_t seed)
+{
+    std::mt19937_64 random(seed);
+    std::ranges::generate(out, [&] { return static_cast<std::byte>(random()); });
+}
+
+udif::SingleVolumeDisk planOf(uint64_t volumeSectors)
+{
+    return {.volumeSectors = volumeSectors,
+        .diskID = udif::Guid::derived(1),
+        .partitionID = udif::Guid::derived(2)};
+}
+
+Bytes diskOf(uint64_t volumeSectors)
+{
+    const udif::SingleVolumeDisk plan = planOf(volumeSectors);
+    bytes::MemoryDevice disk(Bytes(plan.diskSectors() * udif::sectorBytes));
+    writeGuidPartitionTable(disk, plan);
+
+    // A sixth of noise, a half of text, the rest zeros.
+    Bytes volume(volumeSectors * udif::sectorBytes);
+    constexpr std::string_view line = "A volume holds what its maker put on it, line for line. ";
+    for (std::size_t i = 0; i < volume.size() / 2; ++i)
+        volume[i] = static_cast<std::byte>(line[(i + i / 997) % line.size()]);
+    fillWithNoise(std::span(volume).subspan(volume.size() / 2, volume.size() / 6), volumeSectors);
+    volume[1024] = std::byte{'H'};
+    volume[1025] = std::byte{'+'};
+    disk.writeAt(udif::SingleVolumeDisk::volumeFirstSector * udif::sectorBytes, volume);
+    return disk.bytes();
+}
+
+void writeFile(const fs::path& path, std::span<const std::byte> content)
+{
+    fs::remove(path);
+    bytes::File::open(path, bytes::File::Mode::create).writeAt(0, content);
+}
+
+Bytes readFile(const fs::path& path)
+{
+    const auto file = bytes::File::open(path, bytes::File::Mode::read);
+    return file.read(0, file.size());
+}
+
+udif::ConvertReport convert(
+    const fs::path& source, const fs::path& target, udif::ConvertOptions options)
+{
+    options.replace = true;
+    return convertImage(udif::DiskImage::open(source), target, options);
+}
+
+udif::ConvertReport convert(
+    const fs::path& source, const fs::path& target, udif::ImageFormat format)
+{
+    udif::ConvertOptions options;
+    options.format = format;
+    return convert(source, target, options);
+}
+
+Outcome run(const std::string& command)
+{
+    const std::string line = "PATH=\"$PATH:/usr/sbin\"; { " + command + " ; } 2>&1";
+    FILE* pipe = ::popen(line.c_str(), "r");
+    if (!pipe)
+        bytes::throwErrno(command);
+    Outcome outcome;
+    std::array<char, 4096> part{};
+    for (std::size_t count = 0; (count = std::fread(part.data(), 1, part.size(), pipe)) != 0;)
+        outcome.output.append(part.data(), count);
+    const int status = ::pclose(pipe);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+} // namespace testing_udif
