@@ -20,7 +20,8 @@ void extend(AttributeTable::Value& value, const ExtentRecord& extents, uint32_t 
 
 void AttributeTable::add(const TreeRecord& record, uint32_t volumeBlocks)
 {
-    bytes::ByteReader key(record.key.subspan(4));
+    bytes::ByteReader key(record.key);
+    key.skip(4);
     Value value;
     value.file = key.u32();
     const uint32_t startBlock = key.u32();
