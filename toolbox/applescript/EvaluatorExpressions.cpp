@@ -1,0 +1,198 @@
+#include "applescript/Coercion.h"
+#include "applescript/Evaluator.h"
+#include "applescript/ScriptError.h"
+
+#include <cmath>
+#include <utility>
+
+namespace applescript {
+
+Value Evaluator::evaluate(const Expression& expression)
+{
+    try {
+        count(1);
+        return std::visit(
+            [this](const auto& content) { return evaluate(content); }, expression.content);
+    } catch (ScriptError& error) {
+        if (!error.range())
+            error.setRange(expression.range);
+        throw;
+    }
+}
+
+Value Evaluator::resolve(const Expression& expression)
+{
+    Value value = evaluate(expression);
+    const auto* reference = value.as<Reference>();
+    if (!reference)
+        return value;
+    try {
+        return ask(*reference);
+    } catch (ScriptError& error) {
+        if (!error.range())
+            error.setRange(expression.range);
+        throw;
+    }
+}
+
+Value Evaluator::ask(const Reference& reference)
+{
+    if (!belongsToApplication(reference))
+        throw ScriptError::execution(-1728, "Can’t get " + sourceForm(reference) + '.');
+    return limited(m_application.get(reference));
+}
+
+// The application looks after its own objects and after files; of other values, and outside of any
+// `tell`, nothing can be asked.
+bool Evaluator::belongsToApplication(const Reference& reference) const
+{
+    const Value* owner = reference.of.get();
+    while (owner && owner->is<Reference>())
+        owner = owner->as<Reference>()->of.get();
+    return owner ? owner->is<Alias>() || owner->is<PosixFile>() : m_target != nullptr;
+}
+
+Value Evaluator::evaluate(const node::Constant& constant)
+{
+    return constant.value;
+}
+
+Value Evaluator::evaluate(const node::Variable& variable)
+{
+    const auto found = m_variables.find(variable.name);
+    if (found == m_variables.end())
+        throw ScriptError::execution(
+            -2753, "The variable " + variable.spelled + " is not defined.");
+    return found->second;
+}
+
+Value Evaluator::evaluate(const node::ListOf& list)
+{
+    std::vector<Value> items;
+    items.reserve(list.items.size());
+    for (const ExpressionPointer& item : list.items)
+        items.push_back(resolve(*item));
+    return limited(List{std::move(items)});
+}
+
+Value Evaluator::evaluate(const node::PosixFileOf& file)
+{
+    const Value path = coerced(resolve(*file.path), term(TermID::text), m_application);
+    return PosixFile{*path.as<std::string>()};
+}
+
+Value Evaluator::evaluate(const node::Element& element)
+{
+    return referTo(*element.type, element.key, element.container);
+}
+
+Value Evaluator::evaluate(const node::Property& property)
+{
+    return referTo(*property.term, nullptr, property.container);
+}
+
+Reference Evaluator::referTo(
+    const Term& named, const ExpressionPointer& key, const ExpressionPointer& container)
+{
+    Reference reference{&named, nullptr, nullptr};
+    if (key)
+        reference.key = std::make_shared<const Value>(resolve(*key));
+    Value owner;
+    if (container)
+        owner = evaluate(*container);
+    else if (m_target)
+        owner = *m_target;
+    const auto* application = owner.as<ApplicationName>();
+    const bool own = application && isEqual(application->name, m_application.name());
+    if (!own && !owner.is<Nothing>())
+        reference.of = std::make_shared<const Value>(std::move(owner));
+    return reference;
+}
+
+Value Evaluator::evaluate(const node::Negation& negation)
+{
+    const Value operand = coerced(resolve(*negation.operand), term(TermID::number), m_application);
+    if (const auto* whole = operand.as<int64_t>(); whole && *whole != INT64_MIN)
+        return -*whole;
+    return -*realNumber(operand);
+}
+
+Value Evaluator::evaluate(const node::Exists& exists)
+{
+    const Value object = evaluate(*exists.object);
+    if (const auto* reference = object.as<Reference>())
+        return belongsToApplication(*reference) && m_application.exists(*reference);
+    if (const auto* alias = object.as<Alias>())
+        return m_application.fileExists(alias->path);
+    if (const auto* file = object.as<PosixFile>())
+        return m_application.fileExists(file->path);
+    return !object.is<MissingValue>();
+}
+
+// An alias is made of the object itself; other types of its value.
+Value Evaluator::evaluate(const node::Cast& cast)
+{
+    Value operand = evaluate(*cast.operand);
+    if (const auto* reference = operand.as<Reference>();
+        reference && cast.type->id != TermID::alias)
+        operand = ask(*reference);
+    else if (reference && !belongsToApplication(*reference))
+        throw ScriptError::execution(-1728, "Can’t get " + sourceForm(operand) + '.');
+    return limited(coerced(operand, *cast.type, m_application));
+}
+
+// A text on the left makes a text; anything else makes a list.
+Value Evaluator::evaluate(const node::Concatenation& concatenation)
+{
+    Value result = resolve(*concatenation.operands.front());
+    for (std::size_t i = 1; i < concatenation.operands.size(); ++i) {
+        const Value right = resolve(*concatenation.operands[i]);
+        if (const auto* left = result.as<std::string>()) {
+            const Value text = coerced(right, term(TermID::text), m_application);
+            result = limited(*left + *text.as<std::string>());
+            continue;
+        }
+        std::vector<Value> items;
+        for (const Value* side : {&std::as_const(result), &right}) {
+            if (const auto* list = side->as<List>())
+                items.insert(items.end(), list->items().begin(), list->items().end());
+            else
+                items.push_back(*side);
+        }
+        result = limited(List{std::move(items)});
+    }
+    return result;
+}
+
+Value Evaluator::evaluate(const node::Comparison& comparison)
+{
+    Value left = resolve(*comparison.first);
+    for (const auto& [equal, operand] : comparison.others)
+        left = isEqual(left, resolve(*operand)) == equal;
+    return left;
+}
+
+bool Evaluator::truth(const Expression& expression)
+{
+    const Value value = coerced(resolve(expression), term(TermID::boolean), m_application);
+    return *value.as<bool>();
+}
+
+// Steps are charged by size as well, so that they bound the memory of all values together.
+Value Evaluator::limited(Value value)
+{
+    std::size_t weight = 0;
+    if (const auto* text = value.as<std::string>()) {
+        weight = text->size();
+    } else if (const auto* list = value.as<List>()) {
+        weight = list->weight();
+        if (list->depth() > deepestList)
+            throw ScriptError::limit("lists are nested too deeply");
+    }
+    if (weight > longestText)
+        throw ScriptError::limit("a value is longer than 1048576 bytes");
+    count(weight / 64);
+    return value;
+}
+
+} // namespace applescript
