@@ -1,11 +1,9 @@
 #include "build/BuildManager.h"
 
-#include "build/DMGError.h"
 #include "build/LogTime.h"
 #include "model/SettingsManager.h"
 #include "platform/Clock.h"
 #include "platform/MainQueue.h"
-#include "platform/PlatformError.h"
 
 #include <QLocale>
 #include <QPointer>
@@ -19,12 +17,8 @@ QString descriptionOf(const std::exception_ptr& failure)
 {
     try {
         std::rethrow_exception(failure);
-    } catch (const DMGError& error) {
-        return error.description();
-    } catch (const PlatformError& error) {
-        return error.description();
     } catch (const std::exception& error) {
-        return QString::fromLocal8Bit(error.what());
+        return QString::fromUtf8(error.what());
     }
 }
 

@@ -4,6 +4,7 @@
 #include "build/BuildTools.h"
 #include "build/DMGError.h"
 #include "build/FinderLayoutScript.h"
+#include "build/LaunchError.h"
 #include "build/Paths.h"
 #include "build/Workspace.h"
 #include "model/SettingsManager.h"
@@ -14,7 +15,6 @@
 #include "platform/FileOperations.h"
 #include "platform/Icons.h"
 #include "platform/MainQueue.h"
-#include "platform/PlatformError.h"
 #include "platform/ToolRunner.h"
 
 using namespace Qt::StringLiterals;
@@ -57,10 +57,10 @@ private:
     CancellationHandle m_cancellation;
 };
 
-void throwIfNotLaunched(const ToolOutcome& outcome, const QString& program)
+void throwIfNotLaunched(const ToolOutcome& outcome)
 {
     if (outcome.launchError)
-        throw PlatformError(PlatformError::Operation::start, program, *outcome.launchError);
+        throw LaunchError(*outcome.launchError);
 }
 
 QCoro::Task<> Build::run()
@@ -151,9 +151,8 @@ QCoro::Task<> Build::freeVolumeName()
 
 QCoro::Task<QString> Build::mount(QString image)
 {
-    const ToolCall call = BuildTools::attach(image);
-    const ToolOutcome outcome = co_await m_host.tools.run(call);
-    throwIfNotLaunched(outcome, call.program);
+    const ToolOutcome outcome = co_await m_host.tools.run(BuildTools::attach(image));
+    throwIfNotLaunched(outcome);
     if (!outcome.succeeded()) {
         throw DMGError(DMGError::Case::mountingFailed, BuildTools::errorTextIn(outcome.error));
     }
@@ -216,7 +215,7 @@ void Build::setFileIcon()
 QCoro::Task<> Build::runHdiutil(ToolCall call)
 {
     const ToolOutcome outcome = co_await m_host.tools.run(call);
-    throwIfNotLaunched(outcome, call.program);
+    throwIfNotLaunched(outcome);
     if (!outcome.succeeded()) {
         const QString said = BuildTools::errorTextIn(outcome.error);
         Console::write(u"hdiutil error: "_s + said);

@@ -18,7 +18,8 @@ public:
 
     explicit DMGGenerator(BuildHost host);
 
-    /// Ends with nothing, or with a DMGError, or with a PlatformError. `cancellation` ends the
+    /// Ends with nothing, or with a DMGError, or with the host's own failure (PlatformError,
+    /// LaunchError); each has its text for the user, in UTF-8, as `what`. `cancellation` ends the
     /// waits only: every step still runs. A build that has started doesn't need its generator.
     QCoro::Task<> createDMG(DMGConfig job, Progress progress, CancellationHandle cancellation);
 

@@ -1,0 +1,209 @@
+#include "cli/BuildOptions.h"
+
+#include "build/OutputName.h"
+#include "cli/UsageError.h"
+#include "model/SettingsManager.h"
+
+#include <CLI/CLI.hpp>
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double smallestWindow = 100; // points, each way
+constexpr double largestWindow = 10'000;
+constexpr qsizetype longestVolumeName = 255; // UTF-16 units, as HFS+ has them
+
+struct LayoutName {
+    const char* name;
+    IconLayout layout;
+};
+constexpr LayoutName layoutNames[] = {
+    {"centered", IconLayout::centered},
+    {"classic", IconLayout::classic},
+    {"custom", IconLayout::custom},
+};
+
+const QStringList writableFormats{u"UDZO"_s, u"UDBZ"_s, u"UDRO"_s, u"UDRW"_s};
+const QStringList comingFormats{u"ULFO"_s, u"ULMO"_s};
+
+QString path(const std::string& typed)
+{
+    return QDir::cleanPath(QDir::current().absoluteFilePath(QFile::decodeName(typed.c_str())));
+}
+
+/// Two numbers with `separator` between them, each from `least` to `most`.
+QPointF pair(
+    const char* option, const std::string& typed, QChar separator, double least, double most)
+{
+    static const QRegularExpression number(u"^\\d{1,6}(\\.\\d{1,6})?$"_s);
+    const QStringList parts = QString::fromStdString(typed).split(separator);
+    bool isGood = parts.size() == 2;
+    for (const QString& part : parts) {
+        const double value = part.toDouble();
+        isGood = isGood && number.match(part).hasMatch() && value >= least && value <= most;
+    }
+    if (!isGood) {
+        throw UsageError(u"%1: “%2” is not two numbers from %3 to %4 with “%5” between them"_s.arg(
+            QString::fromLatin1(option), QString::fromStdString(typed), QString::number(least),
+            QString::number(most), separator));
+    }
+    return {parts[0].toDouble(), parts[1].toDouble()};
+}
+
+QUrl applicationAt(const std::string& typed)
+{
+    QFileInfo application(path(typed));
+    // The image shall hold the bundle, not somebody's link to it.
+    if (application.isSymLink())
+        application.setFile(application.canonicalFilePath());
+    if (!application.exists())
+        throw UsageError(u"there is no application at “%1”"_s.arg(path(typed)));
+    if (!application.isDir() || application.suffix() != "app"_L1)
+        throw UsageError(u"“%1” is not an application: a folder whose name ends in .app"_s.arg(
+            application.filePath()));
+    return QUrl::fromLocalFile(application.filePath());
+}
+
+QUrl backgroundAt(const std::string& typed)
+{
+    const QFileInfo picture(path(typed));
+    if (!picture.isFile() || !QFile(picture.filePath()).open(QFile::ReadOnly))
+        throw UsageError(u"the background “%1” is not a readable file"_s.arg(picture.filePath()));
+    return QUrl::fromLocalFile(picture.filePath());
+}
+
+void checkVolumeName(const QString& name)
+{
+    static const QRegularExpression forbidden(
+        u"[:\\x{0}\\n\\r\\x0B\\f\\x{85}\\x{2028}\\x{2029}]"_s);
+    if (name.isEmpty())
+        throw UsageError(u"the volume name is empty"_s);
+    if (name.size() > longestVolumeName)
+        throw UsageError(u"the volume name is longer than 255 UTF-16 units"_s);
+    if (name == "."_L1 || name == ".."_L1 || forbidden.match(name).hasMatch())
+        throw UsageError(u"a volume can't be named “%1”"_s.arg(name));
+}
+
+IconLayout layoutNamed(const std::string& typed)
+{
+    for (const LayoutName& row : layoutNames) {
+        if (typed == row.name)
+            return row.layout;
+    }
+    throw UsageError(
+        u"--layout: there is no layout “%1”; there are centered, classic and custom"_s.arg(
+            QString::fromStdString(typed)));
+}
+
+QString expandedTilde(const QString& folder)
+{
+    if (folder == "~"_L1 || folder.startsWith("~/"_L1))
+        return QDir::homePath() + folder.sliced(1);
+    return folder;
+}
+
+QString proposedOutput(const DMGConfig& job, const SettingsManager& settings, const QDateTime& now)
+{
+    const QDir folder(expandedTilde(settings.defaultOutputDirectory()));
+    const QString name = proposedOutputName(settings.namingTemplate(), job, now);
+    return QDir::cleanPath(QDir::current().absoluteFilePath(folder.filePath(name)));
+}
+
+void checkOutput(const QString& output, const DMGConfig& job)
+{
+    const QFileInfo file(output);
+    const QFileInfo folder(file.path());
+    if (!output.endsWith(".dmg"_L1))
+        throw UsageError(u"the output “%1” doesn't end in .dmg"_s.arg(output));
+    if (!folder.isDir())
+        throw UsageError(u"the folder “%1” for the output doesn't exist"_s.arg(folder.filePath()));
+    if (!folder.isWritable())
+        throw UsageError(u"the folder “%1” can't be written to"_s.arg(folder.filePath()));
+    if (file.isDir() && !file.isSymLink())
+        throw UsageError(u"the output “%1” is a folder"_s.arg(output));
+
+    const QString bundle = QFileInfo(job.appURL->toLocalFile()).canonicalFilePath();
+    if ((folder.canonicalFilePath() + u'/').startsWith(bundle + u'/'))
+        throw UsageError(u"the output “%1” lies inside the application"_s.arg(output));
+    if (job.backgroundURL && file.exists()
+        && file.canonicalFilePath()
+            == QFileInfo(job.backgroundURL->toLocalFile()).canonicalFilePath())
+        throw UsageError(u"the output “%1” is the background"_s.arg(output));
+}
+
+} // namespace
+
+void BuildOptions::addTo(CLI::App& command)
+{
+    command.add_option("APP", application, "The application bundle")->required();
+    command.add_option("-o,--output", output, "The image to write (default: as the settings say)");
+    command.add_option("--volume-name", volumeName, "Name of the volume and of its window");
+    command.add_option("--background", background, "Picture behind the icons");
+    command.add_option("--layout", layout, "centered, classic or custom");
+    command.add_option("--window", window, "Size of the window's content, WIDTHxHEIGHT in points");
+    command.add_option("--app-position", appPosition, "Place of the application's icon, X,Y");
+    command.add_option(
+        "--applications-position", applicationsPosition, "Place of the Applications link, X,Y");
+    command.add_option("--icon-size", iconSize, "16 to 512 points")->check(CLI::Range(16, 512));
+    command.add_option("--text-size", textSize, "10 to 16 points")->check(CLI::Range(10, 16));
+    command.add_option(
+        "--format", format, "Format of the image: " + writableFormats.join(u", ").toStdString());
+    command.add_flag("--json", json, "Write events and the result as JSON, one object a line");
+    command.add_flag("--quiet", quiet, "Write the result and failures only");
+}
+
+DMGConfig BuildOptions::job(const SettingsManager& settings, const QDateTime& now) const
+{
+    DMGConfig job = DMGConfig::newJob(settings);
+    job.appURL = applicationAt(application);
+    if (volumeName)
+        job.volumeName = QString::fromStdString(*volumeName);
+    checkVolumeName(job.volumeName);
+    if (background)
+        job.backgroundURL = backgroundAt(*background);
+
+    if (window) {
+        const QPointF size = pair("--window", *window, u'x', smallestWindow, largestWindow);
+        job.resizeWidth(static_cast<qint64>(size.x()));
+        job.resizeHeight(static_cast<qint64>(size.y()));
+    }
+    if (layout)
+        job.chooseArrangement(layoutNamed(*layout));
+    if (appPosition) {
+        const QPointF place = pair("--app-position", *appPosition, u',', 0, largestWindow);
+        job.moveAppX(place.x());
+        job.moveAppY(place.y());
+    }
+    if (applicationsPosition) {
+        const QPointF place =
+            pair("--applications-position", *applicationsPosition, u',', 0, largestWindow);
+        job.moveLinkX(place.x());
+        job.moveLinkY(place.y());
+    }
+    job.iconSize = iconSize.value_or(job.iconSize);
+    job.fontSize = textSize.value_or(job.fontSize);
+
+    const QString target = output ? path(*output) : proposedOutput(job, settings, now);
+    checkOutput(target, job);
+    job.outputURL = QUrl::fromLocalFile(target);
+    return job;
+}
+
+QString BuildOptions::formatCode(const QString& fallback) const
+{
+    const QString code = format ? QString::fromStdString(*format).toUpper() : fallback;
+    if (comingFormats.contains(code))
+        throw UsageError(
+            u"this version can't write images of the format %1 yet; it writes %2"_s.arg(
+                code, writableFormats.join(u", ")));
+    if (!writableFormats.contains(code))
+        throw UsageError(u"there is no image format “%1”; this version writes %2"_s.arg(
+            code, writableFormats.join(u", ")));
+    return code;
+}

@@ -1,0 +1,102 @@
+#include "cli/BuildRun.h"
+
+#include "cli/FailureAdvice.h"
+#include "model/SettingsManager.h"
+#include "platform/PlatformError.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+BuildRun::BuildRun(const DMGConfig& job, const CommandHost& host, BuildReport& report)
+    : m_job(job)
+    , m_host(host)
+    , m_report(report)
+    , m_session(host.temporaryFolder)
+    , m_output(job.outputURL->toLocalFile())
+    , m_root(host.rootForSession(m_session.stateFolder()))
+    , m_tools(m_root)
+    , m_scripts(m_tools)
+    , m_icons(m_root)
+    , m_manager(BuildHost{m_root, m_tools, host.clock, m_scripts, m_icons, host.settings,
+          m_session.workFolder(), m_stopCopies})
+{
+    m_session.alsoSweep(m_output.folder());
+    m_job.outputURL = QUrl::fromLocalFile(m_output.path());
+    connect(&m_interruption, &Interruption::requested, this, &BuildRun::interrupt);
+    connect(&m_manager, &BuildManager::messageLogged, this, &BuildRun::follow);
+    connect(&m_manager, &BuildManager::statusChanged, this, &BuildRun::followStatus);
+}
+
+int BuildRun::exec()
+{
+    m_time.start();
+    m_manager.startBuild(m_job);
+    m_sweep = SessionFolder::sweepLeftovers(m_host.temporaryFolder);
+    return QCoreApplication::exec();
+}
+
+void BuildRun::interrupt()
+{
+    if (!*m_stopCopies)
+        m_manager.cancel();
+    *m_stopCopies = true;
+    m_tools.interrupt();
+}
+
+void BuildRun::follow(const QString& message)
+{
+    m_step = stepAnnouncedBy(message).value_or(m_step);
+    // The log's own words on how the build ended; the report has better ones.
+    if (!message.startsWith("\n[!]"_L1))
+        m_report.progress(message.trimmed());
+}
+
+void BuildRun::followStatus()
+{
+    if (!m_manager.status().isBuilding())
+        finish();
+}
+
+QCoro::Task<> BuildRun::finish()
+{
+    const int status = report();
+    co_await m_sweep;
+    try {
+        co_await m_session.remove();
+    } catch (const PlatformError&) {
+        // The next run sweeps it away.
+    }
+    QCoreApplication::exit(status);
+}
+
+int BuildRun::report()
+{
+    const BuildStatus status = m_manager.status();
+    if (status.which == BuildStatus::Case::cancelled) {
+        m_report.interrupted();
+        return ExitStatus::interrupted;
+    }
+    if (status.which == BuildStatus::Case::failed)
+        return reportFailure(m_step, status.text);
+    try {
+        m_output.place();
+    } catch (const PlatformError& error) {
+        return reportFailure(BuildStep::setFileIcon, error.description());
+    }
+    const QString path = m_output.target();
+    m_report.finished({path, QFileInfo(path).size(), static_cast<double>(m_time.elapsed()) / 1000,
+        m_job.volumeName, m_host.settings.defaultCompression()});
+    return ExitStatus::done;
+}
+
+int BuildRun::reportFailure(BuildStep step, const QString& said)
+{
+    const FailureAdvice& advice = adviceFor(step);
+    QString text = said;
+    text.replace(m_output.path(), m_output.target());
+    m_report.failed(
+        {advice.name.toString(), advice.tool.toString(), text, advice.remedy.toString()});
+    return ExitStatus::failed;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "build/BuildManager.h"
+#include "build/BuildStep.h"
+#include "cli/BuildReport.h"
+#include "cli/CommandHost.h"
+#include "cli/Interruption.h"
+#include "cli/SessionFolder.h"
+#include "cli/StagedOutput.h"
+#include "platform/HostIconService.h"
+#include "platform/HostToolRunner.h"
+#include "platform/OsaScriptRunner.h"
+
+#include <QElapsedTimer>
+
+/// One build from the command line, in a session of its own, until it has ended or was
+/// interrupted. Whatever happens, only the finished image is left.
+class BuildRun : public QObject {
+    Q_OBJECT
+public:
+    /// `job` is complete and checked. Borrows `host` and `report`. Throws PlatformError when there
+    /// is no place to work.
+    BuildRun(const DMGConfig& job, const CommandHost& host, BuildReport& report);
+
+    /// Runs the main loop; returns the exit status.
+    int exec();
+
+private:
+    void interrupt();
+    void follow(const QString& message);
+    void followStatus();
+    QCoro::Task<> finish();
+    int report();
+    int reportFailure(BuildStep step, const QString& said);
+
+    DMGConfig m_job;
+    const CommandHost& m_host;
+    BuildReport& m_report;
+    QElapsedTimer m_time;
+    SessionFolder m_session;
+    StagedOutput m_output;
+    SystemRoot m_root;
+    HostToolRunner m_tools;
+    OsaScriptRunner m_scripts;
+    HostIconService m_icons;
+    std::shared_ptr<std::atomic<bool>> m_stopCopies = std::make_shared<std::atomic<bool>>(false);
+    BuildManager m_manager;
+    Interruption m_interruption;
+    QCoro::Task<> m_sweep;
+    BuildStep m_step = BuildStep::freeVolumeName;
+};

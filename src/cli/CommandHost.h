@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/SystemRoot.h"
+
+#include <functional>
+
+class Clock;
+class QIODevice;
+class SettingsManager;
+class UserDefaults;
+
+/// What the commands work with, borrowed for one run of the program.
+struct CommandHost {
+    /// The tools, with a state folder of the run's own.
+    std::function<SystemRoot(const QString& stateFolder)> rootForSession;
+    UserDefaults& defaults;
+    SettingsManager& settings; // over `defaults`
+    Clock& clock;
+    QString temporaryFolder;
+    QIODevice& results; // what the caller asked for
+    QIODevice& messages; // what a person reads meanwhile
+    /// From now on the tools' own output goes nowhere.
+    std::function<void()> silenceTools;
+};
+
+/// The program's exit statuses.
+namespace ExitStatus {
+constexpr int done = 0;
+constexpr int failed = 1;
+constexpr int misused = 2;
+constexpr int interrupted = 130;
+} // namespace ExitStatus
