@@ -1,5 +1,6 @@
 #include "hfsplus/CatalogWriter.h"
 
+#include "bytes/ByteWriter.h"
 #include "hfsplus/Names.h"
 #include "hfsplus/TreeRecords.h"
 #include "macfile/FinderInfo.h"
@@ -18,19 +19,6 @@ constexpr uint8_t immutableOwnerFlag = 2;
 constexpr uint16_t linkMode = 0100444, privateFolderMode = 0040000;
 /// What a Mac gives its own links; the host's 0777 says nothing.
 constexpr uint16_t symlinkMode = 0120755;
-
-template <typename Record>
-void append(std::vector<std::byte>& out, const Record& record)
-{
-    const auto raw = bytes::recordBytes(record);
-    out.insert(out.end(), raw.begin(), raw.end());
-}
-
-void appendUnits(std::vector<std::byte>& out, std::u16string_view units)
-{
-    for (const char16_t unit : units)
-        append(out, be16(unit));
-}
 
 std::u16string linkedFileName(CatalogID id)
 {
@@ -178,10 +166,10 @@ void CatalogWriter::addThread(
     thread.recordType = isFolder ? folderThreadRecord : fileThreadRecord;
     thread.parentID = parent;
     thread.nameUnits = static_cast<uint16_t>(name.size());
-    m_data.clear();
-    append(m_data, thread);
-    appendUnits(m_data, name);
-    add(id, {}, m_data);
+    bytes::ByteWriter record;
+    record.record(thread);
+    record.utf16(name);
+    add(id, {}, record.bytes());
 }
 
 void CatalogWriter::add(CatalogID parent, std::u16string_view name, std::span<const std::byte> data)
@@ -190,10 +178,10 @@ void CatalogWriter::add(CatalogID parent, std::u16string_view name, std::span<co
     head.keyLength = static_cast<uint16_t>(sizeof head - 2 + 2 * name.size());
     head.parentID = parent;
     head.nameUnits = static_cast<uint16_t>(name.size());
-    m_key.clear();
-    append(m_key, head);
-    appendUnits(m_key, name);
-    m_tree->add(m_key, data);
+    bytes::ByteWriter key;
+    key.record(head);
+    key.utf16(name);
+    m_tree->add(key.bytes(), data);
 }
 
 CatalogFolder CatalogWriter::folderFor(uint32_t index) const

@@ -8,7 +8,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace hfsplus {
 
@@ -44,7 +43,6 @@ private:
     std::u16string m_volumeName;
     uint32_t m_latestDate;
     BTreeBuilder* m_tree = nullptr; // while writing
-    std::vector<std::byte> m_key, m_data; // kept for their memory
 };
 
 } // namespace hfsplus

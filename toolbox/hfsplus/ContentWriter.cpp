@@ -35,13 +35,39 @@ public:
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
 
-    void expectSize(uint64_t size) const
+    /// True when the file has holes.
+    bool expectSize(uint64_t size) const
     {
         struct stat status { };
         if (::fstat(m_descriptor, &status) != 0)
             throw SourceError(m_path, reasonFor(errno));
         if (!S_ISREG(status.st_mode) || static_cast<uint64_t>(status.st_size) != size)
             failChanged(m_path);
+        return static_cast<uint64_t>(status.st_blocks) * 512 < size;
+    }
+
+    /// Skips the hole that the file may have at `position`; says where data goes on, `size` where
+    /// none does.
+    uint64_t skipHole(uint64_t position, uint64_t size)
+    {
+        const off_t data = ::lseek(m_descriptor, static_cast<off_t>(position), SEEK_DATA);
+        if (data < 0 && errno == ENXIO)
+            return size;
+        if (data >= 0)
+            return std::min(static_cast<uint64_t>(data), size);
+        if (::lseek(m_descriptor, static_cast<off_t>(position), SEEK_SET) < 0)
+            throw SourceError(m_path, reasonFor(errno));
+        return position; // a host without holes
+    }
+
+    /// Where the data at `position` ends and a hole begins.
+    uint64_t dataEnd(uint64_t position, uint64_t size)
+    {
+        const off_t hole = ::lseek(m_descriptor, static_cast<off_t>(position), SEEK_HOLE);
+        if (::lseek(m_descriptor, static_cast<off_t>(position), SEEK_SET) < 0)
+            throw SourceError(m_path, reasonFor(errno));
+        const bool isKnown = hole > static_cast<off_t>(position);
+        return isKnown ? std::min(static_cast<uint64_t>(hole), size) : size;
     }
 
     /// At least one byte.
@@ -62,6 +88,16 @@ private:
     const fs::path& m_path;
     int m_descriptor;
 };
+
+void copyData(OpenFile& file, VolumeStream& volume, uint64_t size)
+{
+    for (uint64_t rest = size; rest != 0;) {
+        const std::span<std::byte> room = volume.room();
+        const std::size_t count = file.read(room.first(std::min<uint64_t>(room.size(), rest)));
+        volume.advance(count);
+        rest -= count;
+    }
+}
 
 } // namespace
 
@@ -103,12 +139,18 @@ void ContentWriter::seekTo(const ContentPlan::Fork& fork)
 void ContentWriter::writeFile(const fs::path& path, uint64_t size)
 {
     OpenFile file(path);
-    file.expectSize(size);
-    for (uint64_t rest = size; rest != 0;) {
-        const std::span<std::byte> room = m_volume.room();
-        const std::size_t count = file.read(room.first(std::min<uint64_t>(room.size(), rest)));
-        m_volume.advance(count);
-        rest -= count;
+    if (!file.expectSize(size)) {
+        copyData(file, m_volume, size);
+    } else {
+        // Reading a hole of gigabytes as zeros takes seconds.
+        const uint64_t start = m_volume.position();
+        for (uint64_t at = file.skipHole(0, size); at < size; at = file.skipHole(at, size)) {
+            m_volume.seek(start + at);
+            const uint64_t end = file.dataEnd(at, size);
+            copyData(file, m_volume, end - at);
+            at = end;
+        }
+        m_volume.seek(start + size);
     }
     file.expectSize(size);
 }

@@ -19,7 +19,7 @@ struct BuildOptions {
     uint64_t volumeBytes = 0; // size of the volume; 0 = as much as content and slack take
     /// The date of the volume, and the latest of any file in it (seconds since 1904). With it and
     /// a volume ID equal folders make equal volumes.
-    std::optional<uint32_t> fixedTime;
+    std::optional<uint32_t> fixedTime = std::nullopt;
     uint64_t volumeID = 0; // 0 = drawn at random
 };
 
