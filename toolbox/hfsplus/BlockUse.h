@@ -1,0 +1,29 @@
+#pragma once
+
+#include "hfsplus/Findings.h"
+#include "hfsplus/ForkReader.h"
+
+#include <map>
+
+namespace hfsplus {
+
+/// Notes who uses each block of a volume and compares that with the bitmap.
+class BlockUse {
+public:
+    BlockUse(uint32_t totalBlocks, Findings& findings);
+
+    /// `user` names the fork for messages. Reports blocks that have a user already.
+    void claim(const BlockRun& run, const std::string& user);
+    /// Throws bytes::FormatError for a bitmap that has too few bits.
+    void compare(const std::vector<std::byte>& bitmap) const;
+    uint32_t usedBlocks() const;
+
+private:
+    std::string userOf(uint32_t block) const;
+
+    std::vector<bool> m_used;
+    std::map<uint32_t, std::string> m_users; // by the first block of each run
+    Findings& m_findings;
+};
+
+} // namespace hfsplus
