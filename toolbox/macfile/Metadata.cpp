@@ -32,12 +32,13 @@ bool isFolder(const fs::path& path)
     return fs::is_directory(fs::symlink_status(path));
 }
 
-/// `path` without a trailing slash or dot, so that it ends in its own name.
-fs::path namedPath(const fs::path& path)
+/// The path without a trailing slash or dot, so that it ends in its own name.
+fs::path namedPath(const fs::path& given)
 {
-    if (path.has_filename() && path.filename() != ".")
-        return path;
-    return path.has_parent_path() ? namedPath(path.parent_path()) : fs::absolute(path);
+    fs::path path = fs::absolute(given);
+    while ((!path.has_filename() || path.filename() == ".") && path.has_relative_path())
+        path = path.parent_path();
+    return path;
 }
 
 fs::path companionBeside(const fs::path& path)

@@ -144,6 +144,15 @@ TEST_F(HostMetadata, ACompanionNeedsItsOwner)
     EXPECT_FALSE(fs::exists(root / "._file"));
 }
 
+TEST_F(HostMetadata, FoldersWithoutANameOfTheirOwnAreRead)
+{
+    EXPECT_NO_THROW(readMetadata("/"));
+    EXPECT_NO_THROW(readMetadata("."));
+    writeMetadata(root / "folder/.", large());
+    EXPECT_EQ(readMetadata(root / "folder"), large());
+    EXPECT_EQ(readMetadata(root / "folder/./"), large());
+}
+
 TEST_F(HostMetadata, AMissingFileIsAnError)
 {
     EXPECT_THROW(readMetadata(root / "nothing"), std::system_error);
