@@ -43,10 +43,10 @@ constexpr std::array writable{
 TEST_F(Convert, EveryFormatGivesTheDiskBackAndLeadsToEveryOther)
 {
     for (const ImageFormat first : writable) {
+        convert(m_raw, m_image, first);
         for (const ImageFormat second : writable) {
             SCOPED_TRACE(
                 std::string(factsOf(first).code) + " to " + std::string(factsOf(second).code));
-            convert(m_raw, m_image, first);
             convert(m_image, m_scratch / "second.dmg", second);
             const DiskImage image = DiskImage::open(m_scratch / "second.dmg");
             EXPECT_EQ(image.format().format, second);

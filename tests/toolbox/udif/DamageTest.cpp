@@ -69,7 +69,7 @@ TEST_P(Damage, EveryTruncationIsRefused)
 TEST_P(Damage, ABitFlippedInTheDataForkIsNeverMissed)
 {
     const Udif image = readUdif(bytes::MemoryDevice(m_image));
-    for (std::size_t i = 0; i < image.trailer.dataForkLength; i += 11) {
+    for (std::size_t i = 0; i < image.trailer.dataForkLength; i += 37) {
         Bytes damaged = m_image;
         damaged[i] ^= static_cast<std::byte>(1 << i % 8);
         ASSERT_NE(use(damaged), Outcome::whole) << i;
@@ -80,7 +80,7 @@ TEST_P(Damage, ThousandsOfChangedBytesNeverDoHarm)
 {
     std::mt19937 random(static_cast<unsigned>(GetParam()));
     std::size_t noticed = 0;
-    constexpr std::size_t rounds = 3000;
+    constexpr std::size_t rounds = 2000;
     for (std::size_t round = 0; round < rounds; ++round) {
         Bytes damaged = m_image;
         const std::size_t changes = 1 + random() % 4;

@@ -28,6 +28,25 @@ Scratch::~Scratch()
     fs::remove_all(m_folder, ignored);
 }
 
+namespace {
+
+/// Words and numbers in no order: a plain repetition takes bzip2 a hundred times as long.
+void fillWithText(std::span<std::byte> out)
+{
+    constexpr std::array<std::string_view, 8> words{
+        "volume ", "holds ", "what ", "its ", "maker ", "put ", "on it, ", "line for line.\n"};
+    std::mt19937_64 random(1);
+    while (!out.empty()) {
+        const std::string word =
+            std::string(words[random() % words.size()]) + std::to_string(random() % 10000) + ' ';
+        const auto part = std::as_bytes(std::span(word)).first(std::min(word.size(), out.size()));
+        std::ranges::copy(part, out.begin());
+        out = out.subspan(part.size());
+    }
+}
+
+} // namespace
+
 void fillWithNoise(std::span<std::byte> out, uint64_t seed)
 {
     std::mt19937_64 random(seed);
@@ -49,9 +68,7 @@ Bytes diskOf(uint64_t volumeSectors)
 
     // A sixth of noise, a half of text, the rest zeros.
     Bytes volume(volumeSectors * udif::sectorBytes);
-    constexpr std::string_view line = "A volume holds what its maker put on it, line for line. ";
-    for (std::size_t i = 0; i < volume.size() / 2; ++i)
-        volume[i] = static_cast<std::byte>(line[(i + i / 997) % line.size()]);
+    fillWithText(std::span(volume).first(volume.size() / 2));
     fillWithNoise(std::span(volume).subspan(volume.size() / 2, volume.size() / 6), volumeSectors);
     volume[1024] = std::byte{'H'};
     volume[1025] = std::byte{'+'};
