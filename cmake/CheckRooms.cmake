@@ -17,6 +17,7 @@ set(toolbox_finder bytes macfile hfsplus)
 set(toolbox_volumes bytes macfile hfsplus udif)
 set(toolbox_applescript bytes hfsplus finder)
 set(toolbox_macho bytes)
+set(toolbox_keychain bytes)
 set(toolbox_codesign bytes keychain macho plist udif)
 set(toolbox_tools bytes macfile hfsplus udif finder volumes applescript)
 
