@@ -62,6 +62,8 @@ void BuildRun::followStatus()
 QCoro::Task<> BuildRun::finish()
 {
     const int status = report();
+    // Before the session, which is what a later run would know of it by.
+    m_output.remove();
     co_await m_sweep;
     try {
         co_await m_session.remove();

@@ -23,7 +23,7 @@ StagedOutput::StagedOutput(const QString& target)
         throw PlatformError::fromErrno(PlatformError::Operation::createFolder, m_folder, errno);
 }
 
-StagedOutput::~StagedOutput()
+void StagedOutput::remove()
 {
     QDir(m_folder).removeRecursively();
 }

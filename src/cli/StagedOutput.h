@@ -8,7 +8,7 @@ class StagedOutput {
 public:
     /// `target` is absolute. Throws PlatformError.
     explicit StagedOutput(const QString& target);
-    ~StagedOutput();
+    ~StagedOutput() { remove(); }
     StagedOutput(const StagedOutput&) = delete;
     StagedOutput& operator=(const StagedOutput&) = delete;
 
@@ -18,6 +18,8 @@ public:
     const QString& target() const { return m_target; }
     /// Puts the finished file in place of the target. Throws PlatformError.
     void place();
+    /// Removes the folder and what is in it; there is nothing to be done afterwards.
+    void remove();
 
     /// Whether a path looks like one of `folder()`.
     static bool isStagingFolder(const QString& path);

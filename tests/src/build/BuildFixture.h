@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ScriptedTools.h"
+
 #include "build/BuildHost.h"
 #include "model/DMGConfig.h"
 #include "model/SettingsManager.h"
@@ -55,23 +57,22 @@ class BuildFixture : public testing::Test {
 public:
     BuildFixture();
 
-    /// Replaces the answer of `tool`, or of its call with the first argument `verb`, by a shell
-    /// text.
-    void script(const QString& tool, const QString& verb, const QString& text);
-    /// "PROGRAM ARGUMENT ARGUMENT" a call, in order; the changing name of the workspace is {WS}.
-    QStringList calls() const;
     QStringList workspaces() const;
     /// Turns the main loop until `isDone`; false when ten seconds have gone.
     static bool turnUntil(const std::function<bool()>& isDone);
 
     QString path(const QString& relative) const { return m_folder.filePath(relative); }
-    void write(const QString& relative, const QByteArray& content) const;
-    QByteArray read(const QString& relative) const;
+    void write(const QString& relative, const QByteArray& content) const
+    {
+        writeFile(path(relative), content);
+    }
+    QByteArray read(const QString& relative) const { return readFile(path(relative)); }
 
 private:
     QTemporaryDir m_folder;
 
 public:
+    ScriptedTools scripted;
     SystemRoot root;
     HostToolRunner tools;
     HandClock clock;

@@ -51,7 +51,7 @@ TEST_F(BuildManagerTest, LogsABuildWithTheTimeAndCountsIt)
 
 TEST_F(BuildManagerTest, AFailureIsTheLogsLastLine)
 {
-    script(u"hdiutil"_s, u"attach"_s, u"echo 'no mount' >&2; exit 1"_s);
+    scripted.script(u"hdiutil"_s, u"attach"_s, u"echo 'no mount' >&2; exit 1"_s);
     manager->startBuild(job);
     finish();
     EXPECT_EQ(manager->status(), BuildStatus::failed(u"Failed to mount DMG: no mount\n"_s));
@@ -78,7 +78,7 @@ TEST_F(BuildManagerTest, OnlyOneBuildRuns)
     manager->startBuild(job);
     EXPECT_EQ(manager->buildTask(), first);
     finish();
-    EXPECT_EQ(calls().filter(u"hdiutil create"_s).size(), 1);
+    EXPECT_EQ(scripted.calls().filter(u"hdiutil create"_s).size(), 1);
 }
 
 TEST_F(BuildManagerTest, ACancelledBuildEndsAsItsStepsDo)
@@ -99,7 +99,7 @@ TEST_F(BuildManagerTest, ACancelledBuildEndsAsItsStepsDo)
     for (const Row& row : rows) {
         Fresh test;
         test.clock.isHeld = true;
-        test.script(u"hdiutil"_s, u"convert"_s, row.conversion);
+        test.scripted.script(u"hdiutil"_s, u"convert"_s, row.conversion);
         test.manager->cancel();
         EXPECT_EQ(test.manager->logs(), QString()) << "nothing runs, nothing is cancelled";
 
@@ -118,7 +118,7 @@ TEST_F(BuildManagerTest, ACancelledBuildEndsAsItsStepsDo)
 TEST_F(BuildManagerTest, ABuildOutlivesItsManagerQuietly)
 {
     manager->startBuild(job);
-    ASSERT_TRUE(turnUntil([this] { return !calls().isEmpty(); }));
+    ASSERT_TRUE(turnUntil([this] { return !scripted.calls().isEmpty(); }));
     manager.reset();
     ASSERT_TRUE(turnUntil([this] { return icons.placed.size() == 2 && workspaces().isEmpty(); }));
     turnUntil([turns = 0]() mutable { return ++turns > 3; });

@@ -51,23 +51,23 @@ struct Fresh : DMGGeneratorTest {
 TEST_F(DMGGeneratorTest, CallsTheToolsInOrderAndTellsOfEachStep)
 {
     job.backgroundURL = QUrl::fromLocalFile(path(u"in/sea.png"_s));
-    script(u"hdiutil"_s, u"create"_s, uR"sh(
-        (cd "$5" && find . | LC_ALL=C sort && readlink Applications) > "$base/../staged"
-        stat -c %a "$5/.." >> "$base/../staged"
+    scripted.script(u"hdiutil"_s, u"create"_s, uR"sh(
+        (cd "$5" && find . | LC_ALL=C sort && readlink Applications) > "$records/staged"
+        stat -c %a "$5/.." >> "$records/staged"
         printf 'image' > "$last")sh"_s);
     ASSERT_EQ(build(), QString());
 
     const QStringList expectedCalls{
-        u"/usr/bin/hdiutil create -volname My App Installer -srcfolder {WS}/SourceFiles -ov "
+        u"/usr/bin/hdiutil create -volname My App Installer -srcfolder /tmp/{ID}/SourceFiles -ov "
         u"-format "
-        u"UDRW {WS}/temp.dmg"_s,
-        u"/usr/bin/hdiutil attach -readwrite -noverify -noautoopen {WS}/temp.dmg"_s,
+        u"UDRW /tmp/{ID}/temp.dmg"_s,
+        u"/usr/bin/hdiutil attach -readwrite -noverify -noautoopen /tmp/{ID}/temp.dmg"_s,
         u"/usr/bin/SetFile -a C /Volumes/My App Installer"_s,
         u"/bin/sync"_s,
         u"/usr/sbin/diskutil quiet eject /Volumes/My App Installer"_s,
-        u"/usr/bin/hdiutil convert {WS}/temp.dmg -format UDZO -o /out/Example.dmg"_s,
+        u"/usr/bin/hdiutil convert /tmp/{ID}/temp.dmg -format UDZO -o /out/Example.dmg"_s,
     };
-    EXPECT_EQ(calls().join(u'\n').toStdString(), expectedCalls.join(u'\n').toStdString());
+    EXPECT_EQ(scripted.calls().join(u'\n').toStdString(), expectedCalls.join(u'\n').toStdString());
     const QStringList expectedMessages{u"Preparing workspace..."_s, u"Copying app bundle..."_s,
         u"Creating Applications link..."_s, u"Processing background image..."_s,
         u"Creating writable disk image..."_s, u"Mounting for customization..."_s,
@@ -94,7 +94,8 @@ TEST_F(DMGGeneratorTest, CallsTheToolsInOrderAndTellsOfEachStep)
 
 TEST_F(DMGGeneratorTest, WithoutABackgroundNothingIsStagedForOne)
 {
-    script(u"hdiutil"_s, u"create"_s, u"ls -A \"$5\" > \"$base/../staged\"; : > \"$last\""_s);
+    scripted.script(
+        u"hdiutil"_s, u"create"_s, u"ls -A \"$5\" > \"$records/staged\"; : > \"$last\""_s);
     EXPECT_EQ(build(), QString());
     EXPECT_EQ(read(u"staged"_s), "Applications\nExample.app\n");
     EXPECT_FALSE(messages.contains(u"Processing background image..."_s));
@@ -120,13 +121,13 @@ TEST_F(DMGGeneratorTest, FailuresEndTheBuildWithTheirTextAndCleanUp)
         {"the name's previous volume is busy",
             [](auto& test) {
                 test.mountPreviousVolume();
-                test.script(u"diskutil"_s, u"unmount"_s, u"echo ' in use ' >&2; exit 1"_s);
+                test.scripted.script(u"diskutil"_s, u"unmount"_s, u"echo ' in use ' >&2; exit 1"_s);
             },
             details + u"in use"_s, 1},
         {"the refusal is no text",
             [](auto& test) {
                 test.mountPreviousVolume();
-                test.script(u"diskutil"_s, u"unmount"_s, u"printf '\\377' >&2; exit 1"_s);
+                test.scripted.script(u"diskutil"_s, u"unmount"_s, u"printf '\\377' >&2; exit 1"_s);
             },
             details + u"Unknown Error"_s, 1},
         {"no application at the place",
@@ -134,21 +135,25 @@ TEST_F(DMGGeneratorTest, FailuresEndTheBuildWithTheirTextAndCleanUp)
             u"Source app not found."_s, 0},
         {"the image isn't made, and the tool's text stays untrimmed",
             [](auto& test) {
-                test.script(u"hdiutil"_s, u"create"_s, u"echo 'create failed' >&2; exit 3"_s);
+                test.scripted.script(
+                    u"hdiutil"_s, u"create"_s, u"echo 'create failed' >&2; exit 3"_s);
             },
             u"DMG Conversion failed: create failed\n"_s, 1},
         {"attaching fails",
             [](auto& test) {
-                test.script(u"hdiutil"_s, u"attach"_s, u"echo busy; echo 'no mount' >&2; exit 1"_s);
+                test.scripted.script(
+                    u"hdiutil"_s, u"attach"_s, u"echo busy; echo 'no mount' >&2; exit 1"_s);
             },
             u"Failed to mount DMG: no mount\n"_s, 2},
         {"attaching names no volume",
-            [](auto& test) { test.script(u"hdiutil"_s, u"attach"_s, u"echo /dev/disk4"_s); },
+            [](auto& test) {
+                test.scripted.script(u"hdiutil"_s, u"attach"_s, u"echo /dev/disk4"_s);
+            },
             u"Failed to mount DMG: Could not parse mount point from hdiutil output."_s, 2},
         {"the script fails and the volume is detached",
             [](auto& test) {
                 test.scripts.answer = {true, true, u"all of it"_s, u"Timeout"_s};
-                test.script(u"hdiutil"_s, u"detach"_s, u"exit 1"_s);
+                test.scripted.script(u"hdiutil"_s, u"detach"_s, u"exit 1"_s);
             },
             u"AppleScript customization failed: Timeout"_s, 4},
         {"the script fails without a message",
@@ -158,7 +163,7 @@ TEST_F(DMGGeneratorTest, FailuresEndTheBuildWithTheirTextAndCleanUp)
             u"AppleScript customization failed: Unknown AppleScript Error"_s, 4},
         {"the conversion fails",
             [](auto& test) {
-                test.script(u"hdiutil"_s, u"convert"_s, u"echo 'disk full' >&2; exit 1"_s);
+                test.scripted.script(u"hdiutil"_s, u"convert"_s, u"echo 'disk full' >&2; exit 1"_s);
             },
             u"DMG Conversion failed: disk full\n"_s, 6},
     };
@@ -166,7 +171,7 @@ TEST_F(DMGGeneratorTest, FailuresEndTheBuildWithTheirTextAndCleanUp)
         Fresh test;
         row.arrange(test);
         EXPECT_EQ(test.build().toStdString(), row.failure.toStdString()) << row.name;
-        EXPECT_EQ(test.calls().size(), row.callCount) << row.name;
+        EXPECT_EQ(test.scripted.calls().size(), row.callCount) << row.name;
         EXPECT_EQ(test.workspaces(), QStringList()) << row.name;
     }
 }
@@ -177,7 +182,7 @@ TEST_F(DMGGeneratorTest, DetachesTheVolumeWhenTheScriptFails)
     testing::internal::CaptureStdout();
     build();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "AppleScript Error: all of it\n");
-    EXPECT_EQ(calls().last(), u"/usr/bin/hdiutil detach /Volumes/My App Installer"_s);
+    EXPECT_EQ(scripted.calls().last(), u"/usr/bin/hdiutil detach /Volumes/My App Installer"_s);
 }
 
 TEST_F(DMGGeneratorTest, AToolThatCannotBeStartedMattersWhereItsWorkDoes)
@@ -199,7 +204,7 @@ TEST_F(DMGGeneratorTest, AToolThatCannotBeStartedMattersWhereItsWorkDoes)
     };
     for (const Row& row : rows) {
         Fresh test;
-        ASSERT_TRUE(QFile::remove(test.path(u"tools"_s + row.tool))) << row.name;
+        test.scripted.remove(row.tool);
         if (row.hasPreviousVolume)
             test.mountPreviousVolume();
         test.build();
@@ -213,7 +218,7 @@ TEST_F(DMGGeneratorTest, AToolThatCannotBeStartedMattersWhereItsWorkDoes)
 TEST_F(DMGGeneratorTest, AFailedEjectOrMarkOrFlushDoesNotStopTheBuild)
 {
     for (const QString& tool : {u"SetFile"_s, u"sync"_s, u"diskutil"_s})
-        script(tool, QString(), u"echo no >&2; exit 1"_s);
+        scripted.script(tool, QString(), u"echo no >&2; exit 1"_s);
     EXPECT_EQ(build(), QString());
     EXPECT_EQ(read(u"out/Example.dmg"_s), "UDZO of image of My App Installer");
 }
@@ -222,7 +227,8 @@ TEST_F(DMGGeneratorTest, FreesTheVolumeNameFirst)
 {
     mountPreviousVolume();
     EXPECT_EQ(build(), QString());
-    EXPECT_EQ(calls().first(), u"/usr/sbin/diskutil unmount force /Volumes/My App Installer"_s);
+    EXPECT_EQ(
+        scripted.calls().first(), u"/usr/sbin/diskutil unmount force /Volumes/My App Installer"_s);
 }
 
 TEST_F(DMGGeneratorTest, ReplacesThePreviousOutput)
@@ -238,7 +244,7 @@ TEST_F(DMGGeneratorTest, AnOutputThatCannotBeRemovedEndsTheBuildUnconverted)
     job.outputURL = QUrl::fromLocalFile(u"/proc/version"_s); // not even root can
     build();
     EXPECT_TRUE(failure.startsWith("host: Could not remove"_L1)) << qPrintable(failure);
-    EXPECT_EQ(calls().filter(u"convert"_s), QStringList());
+    EXPECT_EQ(scripted.calls().filter(u"convert"_s), QStringList());
     EXPECT_EQ(workspaces(), QStringList());
 }
 
@@ -276,7 +282,8 @@ TEST_F(DMGGeneratorTest, TakesTheApplicationsIconWhereTheSystemHasNone)
         EXPECT_EQ(test.build(), QString()) << row.name;
         EXPECT_EQ(testing::internal::GetCapturedStdout(), row.console) << row.name;
         EXPECT_EQ(test.icons.placed.size(), row.placed) << row.name;
-        EXPECT_TRUE(test.calls().contains(u"/usr/bin/SetFile -a C /Volumes/My App Installer"_s))
+        EXPECT_TRUE(
+            test.scripted.calls().contains(u"/usr/bin/SetFile -a C /Volumes/My App Installer"_s))
             << row.name;
     }
 }
@@ -295,7 +302,7 @@ TEST_F(DMGGeneratorTest, CancellingEndsWaitsAndNothingElse)
     EXPECT_EQ(build(), QString());
     EXPECT_TRUE(wasWaiting);
     EXPECT_EQ(clock.begun.size(), 3U);
-    EXPECT_EQ(calls().size(), 6);
+    EXPECT_EQ(scripted.calls().size(), 6);
     EXPECT_EQ(read(u"out/Example.dmg"_s), "UDZO of image of My App Installer");
 }
 

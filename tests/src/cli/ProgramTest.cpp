@@ -1,0 +1,101 @@
+#include "ScriptedTools.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int watchdog = 60'000; // ms; the product's own waits take six seconds
+
+/// The real program, beside a toolbox of scripts.
+class ProgramTest : public testing::Test {
+protected:
+    ProgramTest()
+        : scripted(folder.path(), u"toolbox"_s)
+    {
+        QDir(folder.path()).mkpath(u"bin"_s);
+        QDir(folder.path()).mkpath(u"tmp"_s);
+        QFile::copy(QStringLiteral(PROGRAMS_DIR "/vandor"), folder.filePath(u"bin/vandor"_s));
+        writeFile(folder.filePath(u"Example.app/Contents/MacOS/Example"_s), "code");
+        scripted.script(u"hdiutil"_s, u"create"_s, u"echo noise; echo image > \"$last\""_s);
+    }
+
+    void start(QProcess& program, const QStringList& arguments) const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const QString& name : {u"HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_DATA_HOME"_s})
+            environment.insert(name, folder.path());
+        environment.insert(u"TMPDIR"_s, folder.filePath(u"tmp"_s));
+        program.setProcessEnvironment(environment);
+        program.setWorkingDirectory(folder.path());
+        program.start(folder.filePath(u"bin/vandor"_s), arguments);
+    }
+
+    QStringList sessions() const
+    {
+        const QDir common(folder.filePath(u"tmp/vandor-%1"_s.arg(::getuid())));
+        return common.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    }
+
+    const QTemporaryDir folder;
+    const ScriptedTools scripted;
+};
+
+TEST_F(ProgramTest, TellsItsVersionAndHelpOnStandardOutput)
+{
+    struct Row {
+        QStringList arguments;
+        int status;
+        QByteArray output; // some of it
+    };
+    const Row rows[] = {
+        {{u"--version"_s}, 0, "vandor 1."},
+        {{u"--help"_s}, 0, "build"},
+        {{u"build"_s, u"--help"_s}, 0, "--volume-name"},
+        {{}, 2, ""},
+        {{u"bake"_s}, 2, ""},
+    };
+    for (const Row& row : rows) {
+        QProcess program;
+        start(program, row.arguments);
+        ASSERT_TRUE(program.waitForFinished(watchdog));
+        EXPECT_EQ(program.exitCode(), row.status) << qPrintable(row.arguments.join(u' '));
+        const QByteArray output = program.readAllStandardOutput();
+        EXPECT_TRUE(output.contains(row.output)) << output.toStdString();
+        EXPECT_EQ(output.isEmpty(), row.output.isEmpty());
+    }
+}
+
+TEST_F(ProgramTest, TwoRunsOfOneVolumeNameSweepUpAfterAKilledOneAndDoNotMeet)
+{
+    QProcess killed;
+    start(killed, {u"build"_s, u"Example.app"_s, u"-o"_s, u"c.dmg"_s});
+    killed.setReadChannel(QProcess::StandardError);
+    ASSERT_TRUE(killed.waitForReadyRead(watchdog));
+    ::kill(static_cast<pid_t>(killed.processId()), SIGKILL);
+    ASSERT_TRUE(killed.waitForFinished(watchdog));
+    EXPECT_EQ(sessions().size(), 1);
+
+    QProcess first;
+    QProcess second;
+    start(first, {u"build"_s, u"Example.app"_s, u"-o"_s, u"a.dmg"_s});
+    start(second, {u"build"_s, u"Example.app"_s, u"-o"_s, u"b.dmg"_s, u"--quiet"_s});
+    ASSERT_TRUE(first.waitForFinished(watchdog) && second.waitForFinished(watchdog));
+    EXPECT_EQ(first.readAllStandardOutput(), folder.filePath(u"a.dmg\n"_s).toUtf8());
+    EXPECT_EQ(second.readAllStandardOutput(), folder.filePath(u"b.dmg\n"_s).toUtf8());
+    EXPECT_TRUE(first.readAllStandardError().contains("noise\n"));
+    EXPECT_EQ(second.readAllStandardError(), "");
+    EXPECT_EQ(sessions(), QStringList());
+    EXPECT_EQ(QDir(folder.path()).entryList({u".vandor-*"_s}, QDir::AllEntries | QDir::Hidden),
+        QStringList());
+}
+
+} // namespace
