@@ -28,7 +28,7 @@ struct ReleaseOptions {
     /// Unmounts only; the image stays attached.
     bool keepAttached = false;
     /// The time that the volume gets if it is written, HFS+ seconds; else the clock's.
-    std::optional<uint32_t> fixedTime;
+    std::optional<uint32_t> fixedTime = std::nullopt;
 };
 
 struct ReleaseResult {

@@ -16,7 +16,7 @@ struct CreateOptions {
     std::optional<int> level; // of a compressed format, 1 to 9
     bool replace = false; // an existing file, else EEXIST
     /// The volume's date and the latest of any file, HFS+ seconds.
-    std::optional<uint32_t> fixedTime;
+    std::optional<uint32_t> fixedTime = std::nullopt;
     /// What the identifiers of disk, partition and volume are made of.
     uint64_t identifierSeed = 0;
 };
