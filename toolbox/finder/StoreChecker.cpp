@@ -132,6 +132,8 @@ public:
     std::vector<StoreFinding> findings;
 
 private:
+    void remark(const std::string& message) { findings.push_back({message, false}); }
+
     void object(const std::string& message) { findings.push_back({message}); }
 
     /// Used and free blocks together must fill the address space without overlap.
@@ -235,11 +237,11 @@ private:
     void checkAlias(const AliasRecord& alias)
     {
         if (!sameName(alias.volumeName, m_facts.volumeName))
-            object("the background's alias leads to the volume " + alias.volumeName);
+            remark("the background's alias leads to the volume " + alias.volumeName);
         std::string mountPoint = "/Volumes/" + m_facts.volumeName;
         std::replace(mountPoint.begin() + 9, mountPoint.end(), '/', ':');
         if (!alias.mountPoint.empty() && alias.mountPoint != mountPoint)
-            object("the background's alias leads to " + alias.mountPoint);
+            remark("the background's alias leads to " + alias.mountPoint);
         checkPicture(alias.path);
     }
 
@@ -248,7 +250,7 @@ private:
         if (!path.starts_with('/'))
             object("the background's path is not absolute: " + path);
         else if (m_facts.hasFile && !m_facts.hasFile(path))
-            object("the background is missing: " + path);
+            remark("the background is missing: " + path);
     }
 
     void checkBookmark(const DesktopStore& store)
@@ -259,7 +261,7 @@ private:
         guarded("the background's bookmark", [&] {
             const Bookmark bookmark = readBookmark(raw);
             if (!bookmark.volumeName.empty() && !sameName(bookmark.volumeName, m_facts.volumeName))
-                object("the background's bookmark leads to the volume " + bookmark.volumeName);
+                remark("the background's bookmark leads to the volume " + bookmark.volumeName);
         });
     }
 
@@ -271,9 +273,9 @@ private:
             if (record.name.starts_with(u'.'))
                 return; // hidden: often put far away on purpose, and often not there
             if (!hasRootName(record.name))
-                object("a place is kept for " + name + ", which is not on the volume");
+                remark("a place is kept for " + name + ", which is not on the volume");
             else if (m_frame && !isInside(place))
-                object("the icon of " + name + " lies outside the window");
+                remark("the icon of " + name + " lies outside the window");
         });
     }
 

@@ -19,6 +19,10 @@ struct VolumeFacts {
 
 struct StoreFinding {
     std::string message;
+    /// True when a Finder refuses, ignores or trips over what it reads. False when it copes and
+    /// only the picture or an icon is not where somebody may have wanted it, as in images whose
+    /// makers put one store into all of them.
+    bool damage = true;
 };
 
 /// Looks at a `.DS_Store` as a Finder would that is about to open the volume's window, and at its

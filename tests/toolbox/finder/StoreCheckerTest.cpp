@@ -28,12 +28,17 @@ DesktopStore demoStore()
     return store;
 }
 
-std::vector<std::string> findings(const DesktopStore& store, const VolumeFacts& facts = demoFacts())
+std::vector<std::string> messages(std::span<const std::byte> file, const VolumeFacts& facts)
 {
-    std::vector<std::string> messages;
-    for (const StoreFinding& finding : checkStore(writeStore(store), facts))
-        messages.push_back(finding.message);
-    return messages;
+    std::vector<std::string> found;
+    for (const StoreFinding& finding : checkStore(file, facts))
+        found.push_back(finding.message);
+    return found;
+}
+
+std::vector<std::string> messages(const DesktopStore& store)
+{
+    return messages(writeStore(store), demoFacts());
 }
 
 /// The sample's store with one property list changed.
@@ -66,11 +71,11 @@ DesktopStore withPlace(std::u16string_view name, const IconLocation& place)
 
 TEST(StoreChecker, AStyledVolumeHasNothingToObjectTo)
 {
-    EXPECT_THAT(findings(demoStore()), testing::IsEmpty());
-    EXPECT_THAT(findings({}), testing::IsEmpty()) << "nor has an empty store";
+    EXPECT_THAT(messages(demoStore()), testing::IsEmpty());
+    EXPECT_THAT(messages(DesktopStore()), testing::IsEmpty()) << "nor has an empty store";
     DesktopStore parked = withPlace(u".background", {10'000, 10'000});
     parked.set(u".", "pBBk", StoreValue::blob(samples::demoBookmark()));
-    EXPECT_THAT(findings(parked), testing::IsEmpty());
+    EXPECT_THAT(messages(parked), testing::IsEmpty());
 }
 
 TEST(StoreChecker, EachFaultIsNamed)
@@ -86,6 +91,7 @@ TEST(StoreChecker, EachFaultIsNamed)
     struct Row {
         DesktopStore store;
         std::string message;
+        bool damage = true;
     };
     const Row rows[] = {
         {withProperties(
@@ -111,18 +117,23 @@ TEST(StoreChecker, EachFaultIsNamed)
             "the background's alias"},
         {withProperties("icvp", [](auto& list) { list["backgroundType"] = int64_t{3}; }),
             "no background is of the type 3"},
-        {withPicture(elsewhere), "leads to the volume Developer"},
-        {withPicture(elsewhere), "leads to /Volumes/Developer"},
-        {withPicture(gone), "the background is missing: /.background/gone.png"},
-        {withPlace(u"Old.app", {10, 10}), "a place is kept for Old.app"},
-        {withPlace(u"Demo.app", {600, 100}), "Demo.app lies outside the window"},
-        {withPlace(u"demo.app", {100, -1}), "lies outside the window"},
+        {withPicture(elsewhere), "leads to the volume Developer", false},
+        {withPicture(elsewhere), "leads to /Volumes/Developer", false},
+        {withPicture(gone), "the background is missing: /.background/gone.png", false},
+        {withPlace(u"Old.app", {10, 10}), "a place is kept for Old.app", false},
+        {withPlace(u"Demo.app", {600, 100}), "Demo.app lies outside the window", false},
+        {withPlace(u"demo.app", {100, -1}), "lies outside the window", false},
         {damagedBookmark, "the background's bookmark"},
         {notABlob, "the record is no blob"},
         {shortPlace, "the place of Demo.app"},
     };
-    for (const Row& row : rows)
-        EXPECT_THAT(findings(row.store), testing::Contains(HasSubstr(row.message)));
+    for (const Row& row : rows) {
+        const auto found = checkStore(writeStore(row.store), demoFacts());
+        EXPECT_THAT(found,
+            testing::Contains(testing::AllOf(
+                testing::Field("message", &StoreFinding::message, HasSubstr(row.message)),
+                testing::Field("damage", &StoreFinding::damage, row.damage))));
+    }
 }
 
 TEST(StoreChecker, BookkeepingIsLookedAt)
@@ -146,10 +157,7 @@ TEST(StoreChecker, BookkeepingIsLookedAt)
     for (const Row& row : rows) {
         auto raw = writeStore(store);
         raw[row.at] ^= std::byte{0x10};
-        std::vector<std::string> messages;
-        for (const StoreFinding& finding : checkStore(raw, facts))
-            messages.push_back(finding.message);
-        EXPECT_THAT(messages, testing::Contains(HasSubstr(row.message)));
+        EXPECT_THAT(messages(raw, facts), testing::Contains(HasSubstr(row.message)));
     }
 }
 
