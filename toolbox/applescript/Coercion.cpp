@@ -77,6 +77,10 @@ std::optional<Value> asAlias(const Value& value, Application& application)
         path = file->path;
         if (!application.fileExists(path))
             throw ScriptError::execution(-43, "File file " + colonForm(path) + " wasn’t found.");
+    } else if (const auto* text = value.as<std::string>()) {
+        path = posixForm(*text);
+        if (!application.fileExists(path))
+            throw ScriptError::execution(-43, "File " + *text + " wasn’t found.");
     } else if (const auto* reference = value.as<Reference>()) {
         path = application.pathOf(*reference);
     }

@@ -56,6 +56,7 @@ private:
     Value evaluate(const node::Exists& exists);
     Value evaluate(const node::Cast& cast);
     Value evaluate(const node::Concatenation& concatenation);
+    Value joinedText(const Value& first, const node::Concatenation& concatenation);
     Value evaluate(const node::Comparison& comparison);
     Reference referTo(
         const Term& term, const ExpressionPointer& key, const ExpressionPointer& container);

@@ -7,6 +7,28 @@
 
 namespace applescript {
 
+namespace {
+
+constexpr std::size_t bytesPerStep = 32;
+
+void checkSize(std::size_t bytes)
+{
+    if (bytes > Evaluator::longestText)
+        throw ScriptError::limit("a value is longer than 1048576 bytes");
+}
+
+// The items of a list, or the value as an item.
+void append(std::vector<Value>& items, const Value& value)
+{
+    if (const auto* list = value.as<List>())
+        items.insert(items.end(), list->items().begin(), list->items().end());
+    else
+        items.push_back(value);
+    checkSize(items.size() * sizeof(Value));
+}
+
+} // namespace
+
 Value Evaluator::evaluate(const Expression& expression)
 {
     try {
@@ -141,27 +163,29 @@ Value Evaluator::evaluate(const node::Cast& cast)
     return limited(coerced(operand, *cast.type, m_application));
 }
 
-// A text on the left makes a text; anything else makes a list.
+// A text on the left makes a text, and so does a path; anything else makes a list.
 Value Evaluator::evaluate(const node::Concatenation& concatenation)
 {
-    Value result = resolve(*concatenation.operands.front());
+    const Value first = resolve(*concatenation.operands.front());
+    if (first.is<std::string>() || first.is<PosixFile>() || first.is<Alias>())
+        return joinedText(first, concatenation);
+    std::vector<Value> items;
+    append(items, first);
+    for (std::size_t i = 1; i < concatenation.operands.size(); ++i)
+        append(items, resolve(*concatenation.operands[i]));
+    return limited(List{std::move(items)});
+}
+
+Value Evaluator::joinedText(const Value& first, const node::Concatenation& concatenation)
+{
+    const Term& type = term(TermID::text);
+    std::string text = *coerced(first, type, m_application).as<std::string>();
     for (std::size_t i = 1; i < concatenation.operands.size(); ++i) {
-        const Value right = resolve(*concatenation.operands[i]);
-        if (const auto* left = result.as<std::string>()) {
-            const Value text = coerced(right, term(TermID::text), m_application);
-            result = limited(*left + *text.as<std::string>());
-            continue;
-        }
-        std::vector<Value> items;
-        for (const Value* side : {&std::as_const(result), &right}) {
-            if (const auto* list = side->as<List>())
-                items.insert(items.end(), list->items().begin(), list->items().end());
-            else
-                items.push_back(*side);
-        }
-        result = limited(List{std::move(items)});
+        const Value right = coerced(resolve(*concatenation.operands[i]), type, m_application);
+        text += *right.as<std::string>();
+        checkSize(text.size());
     }
-    return result;
+    return limited(std::move(text));
 }
 
 Value Evaluator::evaluate(const node::Comparison& comparison)
@@ -189,9 +213,8 @@ Value Evaluator::limited(Value value)
         if (list->depth() > deepestList)
             throw ScriptError::limit("lists are nested too deeply");
     }
-    if (weight > longestText)
-        throw ScriptError::limit("a value is longer than 1048576 bytes");
-    count(weight / 64);
+    checkSize(weight);
+    count(weight / bytesPerStep);
     return value;
 }
 

@@ -22,7 +22,7 @@ constexpr std::string_view reservedWords[] = {"about", "above", "after", "agains
     "it", "its", "last", "local", "me", "middle", "missing value", "mod", "my", "ninth", "not",
     "of", "on", "onto", "or", "out of", "over", "posix file", "property", "put", "ref", "reference",
     "repeat", "return", "returning", "script", "second", "set", "seventh", "since", "sixth", "some",
-    "tell", "tenth", "that", "the", "then", "third", "through", "thru", "timeout", "times", "to",
+    "tell", "tenth", "that", "the", "then", "third", "through", "thru", "times", "to",
     "transaction", "true", "try", "until", "where", "while", "whose", "with", "without"};
 
 constexpr std::u16string_view symbols = u"(){},&+-*/^=≠<>≤≥«»";

@@ -10,6 +10,18 @@ namespace applescript {
 
 namespace {
 
+const std::string startupDisk = "Macintosh HD";
+
+// Names spell the one separator as the other.
+std::string swapped(std::string path)
+{
+    for (char& c : path) {
+        if (c == '/' || c == ':')
+            c = c == '/' ? ':' : '/';
+    }
+    return path;
+}
+
 enum class Words { ofTheDictionary, raw };
 
 std::string quoted(const std::string& text)
@@ -197,15 +209,18 @@ std::string rawForm(const Value& value)
 
 std::string colonForm(const std::string& posixPath)
 {
-    std::string path = posixPath;
-    for (char& c : path) {
-        if (c == '/' || c == ':')
-            c = c == '/' ? ':' : '/';
-    }
+    std::string path = swapped(posixPath);
     while (!path.empty() && path.back() == ':')
         path.pop_back();
     const bool absolute = !path.empty() && path.front() == ':';
-    return absolute || path.empty() ? "Macintosh HD" + path : path;
+    return absolute || path.empty() ? startupDisk + path : path;
+}
+
+std::string posixForm(const std::string& colonPath)
+{
+    if (colonPath.starts_with(startupDisk + ':'))
+        return swapped(colonPath.substr(startupDisk.size()));
+    return "/Volumes/" + swapped(colonPath);
 }
 
 } // namespace applescript

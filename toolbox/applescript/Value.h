@@ -116,5 +116,7 @@ std::string sourceForm(const Value& value);
 std::string rawForm(const Value& value);
 /// The colon form of a path, start-up disk first: `Macintosh HD:Volumes:X`.
 std::string colonForm(const std::string& posixPath);
+/// The other way; a path that begins with another disk leads below /Volumes.
+std::string posixForm(const std::string& colonPath);
 
 } // namespace applescript
