@@ -72,9 +72,11 @@ QUrl applicationAt(const std::string& typed)
 
 QUrl backgroundAt(const std::string& typed)
 {
-    const QFileInfo picture(path(typed));
+    QFileInfo picture(path(typed));
+    if (picture.isSymLink()) // as above
+        picture.setFile(picture.canonicalFilePath());
     if (!picture.isFile() || !QFile(picture.filePath()).open(QFile::ReadOnly))
-        throw UsageError(u"the background “%1” is not a readable file"_s.arg(picture.filePath()));
+        throw UsageError(u"the background “%1” is not a readable file"_s.arg(path(typed)));
     return QUrl::fromLocalFile(picture.filePath());
 }
 

@@ -18,7 +18,8 @@ BuildRun::BuildRun(const DMGConfig& job, const CommandHost& host, BuildReport& r
     , m_root(host.rootForSession(m_session.stateFolder()))
     , m_tools(m_root)
     , m_scripts(m_tools)
-    , m_icons(m_root)
+    , m_hostIcons(m_root)
+    , m_icons(m_hostIcons, m_output.path())
     , m_manager(BuildHost{m_root, m_tools, host.clock, m_scripts, m_icons, host.settings,
           m_session.workFolder(), m_stopCopies})
 {
@@ -88,6 +89,7 @@ int BuildRun::report()
         return reportFailure(BuildStep::setFileIcon, error.description());
     }
     const QString path = m_output.target();
+    m_icons.place(path);
     m_report.finished({path, QFileInfo(path).size(), static_cast<double>(m_time.elapsed()) / 1000,
         m_job.volumeName, m_host.settings.defaultCompression()});
     return ExitStatus::done;

@@ -6,6 +6,7 @@
 #include "cli/CommandHost.h"
 #include "cli/Interruption.h"
 #include "cli/SessionFolder.h"
+#include "cli/StagedIcons.h"
 #include "cli/StagedOutput.h"
 #include "platform/HostIconService.h"
 #include "platform/HostToolRunner.h"
@@ -42,7 +43,8 @@ private:
     SystemRoot m_root;
     HostToolRunner m_tools;
     OsaScriptRunner m_scripts;
-    HostIconService m_icons;
+    HostIconService m_hostIcons;
+    StagedIcons m_icons;
     std::shared_ptr<std::atomic<bool>> m_stopCopies = std::make_shared<std::atomic<bool>>(false);
     BuildManager m_manager;
     Interruption m_interruption;

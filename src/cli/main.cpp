@@ -13,7 +13,7 @@ int main(int argc, char** argv)
     StandardStreams streams;
     QCoreApplication application(argc, argv);
     const CommandHost host{&SystemRoot::session, UserDefaults::standard(),
-        SettingsManager::shared(), Clock::system(), QDir::tempPath(), streams.results(),
-        streams.messages(), [&streams] { streams.silenceOthers(); }};
+        SettingsManager::shared(), Clock::system(), QDir(QDir::tempPath()).absolutePath(),
+        streams.results(), streams.messages(), [&streams] { streams.silenceOthers(); }};
     return runVandor(QCoreApplication::arguments().sliced(1), host);
 }
