@@ -19,7 +19,7 @@ namespace {
 
 // Between two looks at the stop flag.
 [[maybe_unused]] constexpr size_t kernelChunk = 8 << 20;
-constexpr size_t ownChunk = 1 << 20;
+constexpr size_t ownChunk = 128 << 10;
 
 bool stopped(const std::atomic<bool>* stop)
 {
@@ -46,7 +46,7 @@ bool writeAll(int target, const char* bytes, size_t count)
 /// From both files' current positions to the end.
 bool copyThroughMemory(int source, int target, const std::atomic<bool>* stop)
 {
-    const auto buffer = std::make_unique<char[]>(ownChunk);
+    const auto buffer = std::make_unique_for_overwrite<char[]>(ownChunk);
     for (;;) {
         if (stopped(stop))
             return false;
@@ -77,7 +77,7 @@ bool copyInKernel(int source, int target, const std::atomic<bool>* stop)
 bool copyAttribute(int source, int target, const char* name)
 {
     constexpr size_t largest = 65536; // the kernel's limit for any file system
-    const auto value = std::make_unique<char[]>(largest);
+    const auto value = std::make_unique_for_overwrite<char[]>(largest);
     const ssize_t size = ::fgetxattr(source, name, value.get(), largest);
     return size >= 0 && ::fsetxattr(target, name, value.get(), static_cast<size_t>(size), 0) == 0;
 }

@@ -86,7 +86,8 @@ private:
     TreeCopy::StopFlag m_stop;
     std::map<Identity, QByteArray> m_hardLinks; // the first copy of a file with several names
     std::optional<Identity> m_targetRoot;
-    // Measured on 20,000 files of 1 KB, two cores: TODO
+    // Two threads overlap one file's waits with the other's work; each queued job may hold two open
+    // folders, which bounds the queue.
     WorkQueue m_queue{2, 64};
 };
 
