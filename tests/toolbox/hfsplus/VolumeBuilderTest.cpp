@@ -5,6 +5,7 @@
 #include "bytes/Unicode.h"
 #include "hfsplus/Names.h"
 #include "hfsplus/Volume.h"
+#include "hfsplus/VolumeChecker.h"
 #include "macfile/Metadata.h"
 
 #include <gtest/gtest.h>
@@ -29,7 +30,14 @@ public:
     {
         m_file.resize(m_builder.volumeBytes());
     }
-    BuildReport write() { return m_builder.write(m_file); }
+    /// Every volume of these tests goes through the checker.
+    BuildReport write()
+    {
+        const BuildReport report = m_builder.write(m_file);
+        for (const Finding& finding : checkVolume(m_file))
+            ADD_FAILURE() << finding.message;
+        return report;
+    }
 
     fs::path path() const { return m_folder.path() / "volume"; }
     bytes::File& file() { return m_file; }
@@ -117,7 +125,7 @@ TEST(VolumeBuilder, AnIndependentReaderFindsEverything)
         GTEST_SKIP() << "7zz is not installed";
     const TemporaryFolder folder;
     fillWithOddNames(folder);
-    for (const uint32_t blockSize : {512U, 65536U, 4096U}) {
+    for (const uint32_t blockSize : {512U, 1024U, 65536U, 4096U}) {
         SCOPED_TRACE(blockSize);
         for (int i = 0; blockSize == 4096 && i < 10'000; ++i)
             folder.write("many/small file " + std::to_string(i), "number " + std::to_string(i));
