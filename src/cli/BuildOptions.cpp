@@ -143,19 +143,22 @@ void checkOutput(const QString& output, const DMGConfig& job)
 
 void BuildOptions::addTo(CLI::App& command)
 {
-    command.add_option("APP", application, "The application bundle")->required();
-    command.add_option("-o,--output", output, "The image to write (default: as the settings say)");
-    command.add_option("--volume-name", volumeName, "Name of the volume and of its window");
-    command.add_option("--background", background, "Picture behind the icons");
-    command.add_option("--layout", layout, "centered, classic or custom");
-    command.add_option("--window", window, "Size of the window's content, WIDTHxHEIGHT in points");
-    command.add_option("--app-position", appPosition, "Place of the application's icon, X,Y");
-    command.add_option(
-        "--applications-position", applicationsPosition, "Place of the Applications link, X,Y");
-    command.add_option("--icon-size", iconSize, "16 to 512 points")->check(CLI::Range(16, 512));
-    command.add_option("--text-size", textSize, "10 to 16 points")->check(CLI::Range(10, 16));
-    command.add_option(
-        "--format", format, "Format of the image: " + writableFormats.join(u", ").toStdString());
+    const auto add = [&command](
+                         const char* names, auto& value, const char* type, const char* text) {
+        return command.add_option(names, value, text)->type_name(type);
+    };
+    add("APP", application, "", "The application bundle")->required();
+    add("-o,--output", output, "PATH", "The image to write (default: as the settings say)");
+    add("--volume-name", volumeName, "NAME", "Name of the volume and of its window");
+    add("--background", background, "PATH", "Picture behind the icons");
+    add("--layout", layout, "NAME", "centered, classic or custom");
+    add("--window", window, "WxH", "Size of the window's content, in points");
+    add("--app-position", appPosition, "X,Y", "Place of the application's icon");
+    add("--applications-position", applicationsPosition, "X,Y", "Place of the Applications link");
+    add("--icon-size", iconSize, "POINTS", "Size of the icons")->check(CLI::Range(16, 512));
+    add("--text-size", textSize, "POINTS", "Size of the icons' names")->check(CLI::Range(10, 16));
+    const std::string formats = writableFormats.join(u", "_s).toStdString();
+    add("--format", format, "CODE", ("Format of the image: " + formats).c_str());
     command.add_flag("--json", json, "Write events and the result as JSON, one object a line");
     command.add_flag("--quiet", quiet, "Write the result and failures only");
 }

@@ -100,7 +100,11 @@ int BuildRun::reportFailure(BuildStep step, const QString& said)
     const FailureAdvice& advice = adviceFor(step);
     QString text = said;
     text.replace(m_output.path(), m_output.target());
-    m_report.failed(
-        {advice.name.toString(), advice.tool.toString(), text, advice.remedy.toString()});
+    const QString tool = advice.tool.toString();
+    const bool isMissing = !tool.isEmpty() && !QFileInfo(m_root.toolPath(tool)).isExecutable();
+    const QString remedy = isMissing
+        ? u"Install this program again: the tool that came with it is missing."_s
+        : advice.remedy.toString();
+    m_report.failed({advice.name.toString(), tool, text, remedy});
     return ExitStatus::failed;
 }

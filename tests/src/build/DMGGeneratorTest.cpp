@@ -257,6 +257,15 @@ TEST_F(DMGGeneratorTest, AFailedCopyNamesTheFileAndCleansUp)
     EXPECT_EQ(workspaces(), QStringList());
 }
 
+TEST_F(DMGGeneratorTest, AStoppedCopyEndsTheBuildAndCleansUp)
+{
+    host.stopCopies = std::make_shared<const std::atomic<bool>>(true);
+    build();
+    EXPECT_TRUE(failure.startsWith("host: Could not copy"_L1)) << qPrintable(failure);
+    EXPECT_EQ(scripted.calls(), QStringList());
+    EXPECT_EQ(workspaces(), QStringList());
+}
+
 TEST_F(DMGGeneratorTest, TakesTheApplicationsIconWhereTheSystemHasNone)
 {
     struct Row {

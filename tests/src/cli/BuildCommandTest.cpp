@@ -186,6 +186,15 @@ TEST_F(BuildCommand, AFailureNamesStepToolWordsAndRemedyAndKeepsTheOldImage)
     }
 }
 
+TEST_F(BuildCommand, AMissingToolCallsForAnotherRemedy)
+{
+    scripted.remove(u"/usr/bin/hdiutil"_s);
+    EXPECT_EQ(run({u"build"_s, u"Example.app"_s}), 1);
+    EXPECT_TRUE(messages().contains(u"Said: Could not start “/usr/bin/hdiutil”"_s)
+        && messages().contains("Install this program again"_L1))
+        << qPrintable(messages());
+}
+
 TEST_F(BuildCommand, AnInterruptEndsTheToolAndTheBuildAndKeepsTheOldImage)
 {
     struct Row {
