@@ -4,7 +4,6 @@
 #include "applescript/ScriptError.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -76,7 +75,7 @@ Evaluator::Flow Evaluator::run(const node::Set& set)
     Value value = resolve(*set.value);
     m_result = value;
     if (const auto* variable = std::get_if<node::Variable>(&set.target->content)) {
-        assign(*variable, std::move(value));
+        m_variables.insert_or_assign(variable->name, std::move(value));
         return Flow::next;
     }
     const auto* property = std::get_if<node::Property>(&set.target->content);
@@ -87,13 +86,9 @@ Evaluator::Flow Evaluator::run(const node::Set& set)
     if (!belongsToApplication(reference))
         throw ScriptError::execution(
             -10006, "Can’t set " + sourceForm(reference) + " to " + sourceForm(value) + '.');
+    count(stepsOfMessage);
     m_application.set(reference, value);
     return Flow::next;
-}
-
-void Evaluator::assign(const node::Variable& variable, Value value)
-{
-    m_variables.insert_or_assign(variable.name, std::move(value));
 }
 
 Evaluator::Flow Evaluator::run(const node::Repeat& repeat)
@@ -207,6 +202,7 @@ Evaluator::Flow Evaluator::run(const node::Command& command)
     if (!m_target)
         throw ScriptError::execution(-1708,
             "«script» doesn’t understand the “" + std::string{command.verb->words} + "” message.");
+    count(stepsOfMessage);
     try {
         m_result = m_application.perform(*command.verb, object, command.parameters);
     } catch (ScriptError& error) {

@@ -21,8 +21,10 @@ public:
     Value run(const Block& program);
 
     static constexpr long mostSteps = 1'000'000;
-    static constexpr std::size_t longestText = std::size_t{1}
-        << 20; // bytes, of a list in source form too
+    /// What a message to the application counts: it may search folders and write files.
+    static constexpr std::size_t stepsOfMessage = 500;
+    /// Bytes of a text, and of a list when it is written out.
+    static constexpr std::size_t longestText = 1'048'576;
     static constexpr std::size_t deepestList = 64;
 
 private:
@@ -40,7 +42,6 @@ private:
     Flow run(const node::Command& command);
     Flow run(const node::Evaluate& evaluate);
     Flow runCounting(const node::Repeat& repeat);
-    void assign(const node::Variable& variable, Value value);
 
     /// What the expression names, not looked up; errors get the expression's range.
     Value evaluate(const Expression& expression);

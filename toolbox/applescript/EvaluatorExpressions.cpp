@@ -2,7 +2,6 @@
 #include "applescript/Evaluator.h"
 #include "applescript/ScriptError.h"
 
-#include <cmath>
 #include <utility>
 
 namespace applescript {
@@ -61,6 +60,7 @@ Value Evaluator::ask(const Reference& reference)
 {
     if (!belongsToApplication(reference))
         throw ScriptError::execution(-1728, "Can’t get " + sourceForm(reference) + '.');
+    count(stepsOfMessage);
     return limited(m_application.get(reference));
 }
 
@@ -142,6 +142,7 @@ Value Evaluator::evaluate(const node::Negation& negation)
 Value Evaluator::evaluate(const node::Exists& exists)
 {
     const Value object = evaluate(*exists.object);
+    count(stepsOfMessage);
     if (const auto* reference = object.as<Reference>())
         return belongsToApplication(*reference) && m_application.exists(*reference);
     if (const auto* alias = object.as<Alias>())
@@ -155,6 +156,8 @@ Value Evaluator::evaluate(const node::Exists& exists)
 Value Evaluator::evaluate(const node::Cast& cast)
 {
     Value operand = evaluate(*cast.operand);
+    if (cast.type->id == TermID::alias)
+        count(stepsOfMessage);
     if (const auto* reference = operand.as<Reference>();
         reference && cast.type->id != TermID::alias)
         operand = ask(*reference);

@@ -28,6 +28,19 @@ std::string joined(const std::string& folder, std::string_view name)
 // The bound keeps a folder that a hostile image fills from costing more than a moment.
 constexpr std::size_t mostListed = 100'000;
 
+std::vector<VolumeFile> entriesOf(const VolumeFile& folder)
+{
+    std::vector<VolumeFile> files;
+    std::error_code error;
+    fs::directory_iterator entry{folder.host, error};
+    for (; !error && entry != fs::directory_iterator{} && files.size() < mostListed;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        files.push_back({joined(folder.path, name), entry->path()});
+    }
+    return files;
+}
+
 } // namespace
 
 bool VolumeFiles::sameName(std::string_view a, std::string_view b)
@@ -41,13 +54,13 @@ bool VolumeFiles::sameName(std::string_view a, std::string_view b)
 
 std::optional<VolumeFile> VolumeFiles::child(const VolumeFile& folder, std::string_view name) const
 {
-    if (name == "..")
+    if (name == ".." || name.find('\0') != std::string_view::npos)
         return std::nullopt;
     std::error_code error;
     VolumeFile exact{joined(folder.path, name), folder.host / name};
     if (fs::exists(fs::symlink_status(exact.host, error)))
         return exact;
-    for (VolumeFile& other : list(folder)) {
+    for (VolumeFile& other : entriesOf(folder)) {
         if (sameName(other.name(), name))
             return std::move(other);
     }
@@ -56,13 +69,7 @@ std::optional<VolumeFile> VolumeFiles::child(const VolumeFile& folder, std::stri
 
 std::vector<VolumeFile> VolumeFiles::list(const VolumeFile& folder) const
 {
-    std::vector<VolumeFile> files;
-    std::error_code error;
-    for (fs::directory_iterator entry{folder.host, error}, end;
-         !error && entry != end && files.size() < mostListed; entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        files.push_back({joined(folder.path, name), entry->path()});
-    }
+    std::vector<VolumeFile> files = entriesOf(folder);
     std::ranges::sort(files, [](const VolumeFile& a, const VolumeFile& b) {
         const auto left = storedName(a.name());
         const auto right = storedName(b.name());

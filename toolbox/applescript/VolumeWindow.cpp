@@ -338,10 +338,11 @@ void VolumeWindow::removePicture()
 
 Value VolumeWindow::positionOf(const VolumeFile& item) const
 {
-    const auto found = m_style.positions.find(hfsplus::nameFromHost(item.name()));
-    if (found == m_style.positions.end())
-        return List{{-1, -1}};
-    return List{{int64_t{found->second.x}, int64_t{found->second.y}}};
+    for (const auto& [name, place] : m_style.positions) {
+        if (VolumeFiles::sameName(hfsplus::hostFromName(name), item.name()))
+            return List{{int64_t{place.x}, int64_t{place.y}}};
+    }
+    return List{{-1, -1}};
 }
 
 VolumeWindow::Outcome VolumeWindow::setPosition(const VolumeFile& item, const Value& position)

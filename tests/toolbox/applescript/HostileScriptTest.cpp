@@ -34,6 +34,7 @@ TEST(HostileScript, BoundsEndItWithAnError)
         {"a text that doubles", "set x to \"ab\"\nrepeat\nset x to x & x\nend"},
         {"many long texts",
             "set x to \"" + std::string(60000, 'x') + "\"\nrepeat\nset y to x & x & x & x\nend"},
+        {"messages without end", "tell application \"Finder\"\nrepeat\nexists disk 1\nend\nend"},
         {"a list that doubles", "set x to {1}\nrepeat\nset x to x & x\nend"},
         {"a list that holds itself twice", "set x to {1}\nrepeat\nset x to {x, x}\nend"},
         {"a list in a list in a list", "set x to {}\nrepeat\nset x to {x}\nend"},
