@@ -1,0 +1,261 @@
+#include "CatalogPatch.h"
+#include "SampleVolume.h"
+
+#include <gtest/gtest.h>
+
+using namespace hfsplus;
+
+namespace {
+
+using Device = bytes::MemoryDevice;
+
+struct Row {
+    const char* mistake;
+    std::function<void(Device&)> make;
+    const char* finding; // part of what is to be reported
+};
+
+/// One mistake in a sound volume must be reported as what it is.
+void expectFindings(const std::vector<Row>& rows)
+{
+    const Device sound = SampleVolume::make();
+    ASSERT_EQ(findingsOf(sound), "");
+    for (const Row& row : rows) {
+        Device device(sound.bytes());
+        row.make(device);
+        ASSERT_FALSE(device.bytes() == sound.bytes()) << row.mistake << ": changed nothing";
+        EXPECT_NE(findingsOf(device).find(row.finding), std::string::npos)
+            << row.mistake << ": " << findingsOf(device);
+    }
+}
+
+template <typename Change>
+std::function<void(Device&)> inHeader(Change change)
+{
+    return [change](Device& device) { patchHeader(device, change); };
+}
+
+template <typename Change>
+std::function<void(Device&)> inFile(const char* name, Change change)
+{
+    return [=](Device& device) { patchFile(device, name, change); };
+}
+
+template <typename Change>
+std::function<void(Device&)> inFolder(const char* name, Change change)
+{
+    return [=](Device& device) { patchFolder(device, name, change); };
+}
+
+template <typename Change>
+std::function<void(Device&)> inCatalogHeader(Change change)
+{
+    return [=](Device& device) {
+        patchRecord<TreeHeader>(device, catalogOffset(device) + headerRecordOffset, change);
+    };
+}
+
+template <typename Change>
+std::function<void(Device&)> inFirstLeaf(Change change)
+{
+    return [=](Device& device) {
+        const uint64_t tree = catalogOffset(device);
+        const auto header = recordIn<TreeHeader>(device, tree + headerRecordOffset);
+        patchRecord<NodeDescriptor>(
+            device, tree + uint64_t{header.firstLeafNode} * header.nodeSize, change);
+    };
+}
+
+void setBitmapByte(Device& device, uint64_t at, std::byte value)
+{
+    device.writeAt(offsetOf(device, headerOf(device).allocationFile) + at, std::array{value});
+}
+
+/// The thread of a file is made to say something else.
+template <typename Change>
+std::function<void(Device&)> inThread(const char* name, Change change)
+{
+    return [=](Device& device) {
+        const auto id = recordIn<CatalogFile>(device, recordOf(device, nameFromHost(name))).fileID;
+        patchRecord<CatalogThread>(device, threadOf(device, id), change);
+    };
+}
+
+} // namespace
+
+TEST(VolumeChecker, MistakesInTheHeaderAreReported)
+{
+    expectFindings({
+        {"file count", inHeader([](auto& h) { h.fileCount = h.fileCount + 1; }), "file count"},
+        {"folder count", inHeader([](auto& h) { h.folderCount = 0U; }), "directory count"},
+        {"free blocks", inHeader([](auto& h) { h.freeBlocks = 1U; }), "free block count"},
+        {"next ID", inHeader([](auto& h) { h.nextCatalogID = 17U; }), "isn't below"},
+        {"encodings", inHeader([](auto& h) { h.encodingsBitmap = 0U; }), "text encodings"},
+        {"no clump", inHeader([](auto& h) { h.dataClumpSize = 0U; }), "clump size of data"},
+        {"large clump", inHeader([](auto& h) { h.catalogFile.clumpSize = 1U << 30; }),
+            "clump size of the catalog"},
+        {"allocation start", inHeader([](auto& h) { h.nextAllocation = h.totalBlocks; }),
+            "search starts"},
+        {"too many blocks", inHeader([](auto& h) { h.totalBlocks = h.totalBlocks + 1; }),
+            "the device has only"},
+        {"too few blocks", inHeader([](auto& h) { h.totalBlocks = h.totalBlocks - 1; }),
+            "more blocks than the volume"},
+        {"not unmounted", inHeader([](auto& h) { h.attributes = 0x80000000U; }),
+            "not unmounted cleanly"},
+        {"no journal", inHeader([](auto& h) { h.attributes = h.attributes | volumeJournaled; }),
+            "journal"},
+        {"no dates", inHeader([](auto& h) { h.createDate = 0U; }), "dates"},
+        {"version", inHeader([](auto& h) { h.version = uint16_t{5}; }), "signature or version"},
+        {"no copy", [](Device& d) { d.writeAt(d.size() - 1024, std::vector<std::byte>(512)); },
+            "alternate volume header: missing"},
+        {"stale copy",
+            [](Device& d) {
+                patchRecord<VolumeHeader>(d, d.size() - 1024, [](auto& h) { h.writeCount = 99U; });
+            },
+            "alternate volume header: differs"},
+    });
+}
+
+TEST(VolumeChecker, MistakesInTheBitmapAreReported)
+{
+    expectFindings({
+        {"first block free", [](Device& d) { setBitmapByte(d, 0, std::byte{0x7F}); },
+            "block 0 is marked free"},
+        {"last block free",
+            [](Device& d) {
+                const uint32_t last = headerOf(d).totalBlocks - 1;
+                setBitmapByte(d, last / 8, std::byte{0});
+            },
+            "is marked free, but the alternate"},
+        {"a block nobody uses",
+            [](Device& d) { setBitmapByte(d, headerOf(d).totalBlocks / 8 - 2, std::byte{0x01}); },
+            "nothing uses it"},
+        {"a bit behind the end", [](Device& d) { setBitmapByte(d, 4095, std::byte{1}); },
+            "behind the last block"},
+    });
+}
+
+TEST(VolumeChecker, MistakesInATreeAreReported)
+{
+    expectFindings({
+        {"leaf records", inCatalogHeader([](auto& h) { h.leafRecords = 3U; }), "leaf record count"},
+        {"free nodes", inCatalogHeader([](auto& h) { h.freeNodes = 0U; }), "free nodes"},
+        {"longest key", inCatalogHeader([](auto& h) { h.maxKeyLength = uint16_t{10}; }),
+            "longest key"},
+        {"depth", inCatalogHeader([](auto& h) { h.treeDepth = uint16_t{5}; }), "node height"},
+        {"order of names", inCatalogHeader([](auto& h) { h.keyCompareType = 1; }),
+            "order of names"},
+        {"first leaf", inCatalogHeader([](auto& h) { h.firstLeafNode = 2U; }),
+            "first or last leaf"},
+        {"node size", inCatalogHeader([](auto& h) { h.nodeSize = uint16_t{1000}; }), "nodes have"},
+        {"sibling link", inFirstLeaf([](auto& n) { n.bLink = 1U; }), "sibling link"},
+        {"node height", inFirstLeaf([](auto& n) { n.height = 2; }), "height"},
+        {"record count", inFirstLeaf([](auto& n) { n.numRecords = uint16_t{2000}; }),
+            "record offsets"},
+        {"a free node with leftovers",
+            [](Device& d) {
+                const ForkData& fork = headerOf(d).catalogFile;
+                d.writeAt(catalogOffset(d) + fork.logicalSize - 100, std::array{std::byte{1}});
+            },
+            "not erased"},
+        {"the node map",
+            [](Device& d) { d.writeAt(catalogOffset(d) + 248, std::array{std::byte{0xFF}}); },
+            "nothing leads there"},
+        {"names out of order", [](Device& d) { replaceName(d, u"alias", u"zlias"); },
+            "out of order"},
+    });
+}
+
+TEST(VolumeChecker, AnIndexThatDisagreesWithItsNodesIsReported)
+{
+    const TemporaryFolder folder;
+    for (int i = 0; i < 200; ++i)
+        folder.write("file " + std::to_string(1000 + i), "");
+    auto device = SampleVolume::build(folder);
+    ASSERT_EQ(findingsOf(device), "");
+    const uint64_t tree = catalogOffset(device);
+    const auto header = recordIn<TreeHeader>(device, tree + headerRecordOffset);
+    ASSERT_GT(header.treeDepth, 1);
+    // The second record of the root: its key's parent is 4 bytes behind its start.
+    const uint64_t root = tree + uint64_t{header.rootNode} * header.nodeSize;
+    const uint16_t second = recordIn<be16>(device, root + header.nodeSize - 4);
+    patchRecord<be32>(device, root + second + 2, [](be32& parent) { parent = parent + 1; });
+    EXPECT_NE(findingsOf(device).find("index key"), std::string::npos) << findingsOf(device);
+}
+
+TEST(VolumeChecker, MistakesInTheCatalogAreReported)
+{
+    expectFindings({
+        {"valence", inFolder("App.app", [](auto& f) { f.valence = 99U; }), "should be 1"},
+        {"thread flag of a folder", inFolder("empty", [](auto& f) { f.flags = uint16_t{2}; }),
+            "thread flag of files"},
+        {"no thread flag", inFile("tool", [](auto& f) { f.flags = uint16_t{0}; }),
+            "lacks the thread flag"},
+        {"link count", inFile("tool", [](auto& f) { f.permissions.special = 2U; }),
+            "number of links"},
+        {"type in a file's mode",
+            inFile("tool", [](auto& f) { f.permissions.fileMode = uint16_t{0040755}; }),
+            "BSD file type"},
+        {"type in a folder's mode",
+            inFolder("empty", [](auto& f) { f.permissions.fileMode = uint16_t{0100755}; }),
+            "BSD file type"},
+        {"no type of a link", inFile("alias", [](auto& f) { f.finderInfo.fill({}); }),
+            "being a symbolic link"},
+        {"a link's type on a file",
+            inFile("tool",
+                [](auto& f) {
+                    const be32 type(symlinkType), creator(symlinkCreator);
+                    std::ranges::copy(bytes::recordBytes(type), f.finderInfo.begin());
+                    std::ranges::copy(bytes::recordBytes(creator), f.finderInfo.begin() + 4);
+                }),
+            "being a symbolic link"},
+        {"an empty link", inFile("alias", [](auto& f) { f.dataFork.logicalSize = 0U; }),
+            "target has no valid length"},
+        {"no dates", inFile("tool", [](auto& f) { f.dates.contentMod = 0U; }), "no date"},
+        {"an attribute without its flag",
+            inFile("nothing", [](auto& f) { f.flags = recordThreadExists; }),
+            "extended attributes: it has"},
+        {"a flag without attributes", inFile("tool", [](auto& f) { f.flags = uint16_t{6}; }),
+            "extended attributes: flagged"},
+        {"a low ID", inFile("tool", [](auto& f) { f.fileID = 9U; }), "invalid file or directory"},
+        {"an ID twice", inFile("tool", [](auto& f) { f.fileID = 17U; }), "used twice"},
+        {"a thread's parent", inThread("tool", [](auto& t) { t.parentID = 2U; }),
+            "its thread names the parent"},
+        {"a thread's name", inThread("tool", [](auto& t) { t.nameUnits = uint16_t{3}; }), "thread"},
+        {"a thread's type", inThread("tool", [](auto& t) { t.recordType = folderThreadRecord; }),
+            "thread is of the wrong type"},
+        {"a composed name", [](Device& d) { replaceName(d, u"cafe\u0301/1", u"caf\u00E9/11"); },
+            "not decomposed"},
+        {"a colon on the disk", [](Device& d) { replaceName(d, u"cafe\u0301/1", u"cafe\u0301:1"); },
+            "':'"},
+        {"date of a hard link", inFile("linked.plist", [](auto& f) { f.dates.create = 5U; }),
+            "hard link creation"},
+        {"chain of hard links",
+            inFile("linked.plist", [](auto& f) { f.permissions.groupID = f.fileID; }), "chain"},
+        {"a hard link to nowhere",
+            inFile("linked.plist", [](auto& f) { f.permissions.special = 9999U; }),
+            "file is missing"},
+    });
+}
+
+TEST(VolumeChecker, MistakesInForksAreReported)
+{
+    expectFindings({
+        {"size", inFile("tool", [](auto& f) { f.dataFork.logicalSize = 1U << 30; }),
+            "incorrect size"},
+        {"block count", inFile("tool", [](auto& f) { f.dataFork.totalBlocks = 99U; }),
+            "incorrect block count"},
+        {"two users of a block",
+            inFile("tool", [](auto& f) { f.dataFork.extents[0].startBlock = 0U; }),
+            "overlapped extents: block 0"},
+        {"outside the volume",
+            inFile("tool", [](auto& f) { f.dataFork.extents[0].startBlock = UINT32_MAX; }),
+            "leaves the volume"},
+        {"a gap between extents",
+            inFile("tool",
+                [](auto& f) {
+                    f.dataFork.extents[3] = {uint32_t{1}, uint32_t{1}};
+                }),
+            "follows an unused one"},
+    });
+}
