@@ -253,7 +253,7 @@ TEST(VolumeEditor, NamesThatOnlyTheHostTellsApartAreRefused)
     EXPECT_TRUE(out.device().bytes() == before);
 }
 
-TEST(VolumeEditor, AFileThatCannotBeReadLeavesTheVolumeAsItWas)
+TEST(VolumeEditor, APipeIsRefusedAndTheVolumeStaysAsItWas)
 {
     LaidOut out(SampleVolume::make());
     const auto before = out.device().bytes();
@@ -307,6 +307,35 @@ TEST(VolumeEditor, BlockSizesOtherThanTheUsualWork)
         EXPECT_EQ(findingsOf(out.device()), "");
         expectSameFolder(out.device(), out.folder().path());
     }
+}
+
+TEST(VolumeEditor, FolderCountsOfHFSXStayRight)
+{
+    // The sample as HFSX: another signature, and each folder counts its folders.
+    auto device = SampleVolume::make();
+    const Catalog catalog = Volume(device).catalog();
+    for (const Catalog::Item& item : catalog.items()) {
+        if (!item.folder)
+            continue;
+        const auto folders = std::ranges::count_if(
+            catalog.children(item.id), [](const Catalog::Item& child) { return child.folder; });
+        patchRecord<CatalogFolder>(
+            device, recordOf(device, catalog.name(item), folderRecord), [&](CatalogFolder& record) {
+                record.flags = static_cast<uint16_t>(record.flags | recordHasFolderCount);
+                record.folderCount = static_cast<uint32_t>(folders);
+            });
+    }
+    patchHeader(device, [](VolumeHeader& header) {
+        header.signature = signatureHFSX;
+        header.version = versionHFSX;
+    });
+    ASSERT_EQ(findingsOf(device), "");
+    LaidOut out(std::move(device));
+    out.folder().write("one/two/three", "3");
+    fs::remove(out.at("empty"));
+    out.apply();
+    EXPECT_EQ(findingsOf(out.device()), "");
+    expectSameFolder(out.device(), out.folder().path());
 }
 
 TEST(VolumeEditor, TwentyThousandFilesComeAndGo)
