@@ -2,7 +2,9 @@
 
 #include "Drawings.h"
 #include "IconFile.h"
+#include "WindowPicture.h"
 
+#include <QGuiApplication>
 #include <QString>
 
 #include <cstdio>
@@ -20,6 +22,13 @@ void draw(const QString& picture, const QString& path)
     else if (picture == "sample-background") {
         if (!sampleBackground().save(path, "PNG"))
             throw std::runtime_error("cannot write " + path.toStdString());
+    } else if (picture == "sample-window") {
+        // Drawing text asks for an application, not for a screen.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        int count = 0;
+        const QGuiApplication application(count, nullptr);
+        if (!sampleWindow().save(path, "PNG"))
+            throw std::runtime_error("cannot write " + path.toStdString());
     } else
         throw std::runtime_error("no picture is named " + picture.toStdString());
 }
@@ -29,8 +38,9 @@ void draw(const QString& picture, const QString& path)
 int main(int count, char** arguments)
 {
     if (count != 3) {
-        std::fprintf(
-            stderr, "usage: draw_art application-icon|sample-icon|sample-background FILE\n");
+        std::fprintf(stderr,
+            "usage: draw_art PICTURE FILE\n"
+            "pictures: application-icon sample-icon sample-background sample-window\n");
         return 2;
     }
     try {
