@@ -3,8 +3,10 @@
 #include "bytes/FormatError.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <system_error>
 
 namespace volumes {
@@ -12,7 +14,7 @@ namespace volumes {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(FileIdentity, device, inode)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(FileIdentity, device, inode, born)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Slice, number, content, typeID, start, length)
 NLOHMANN_JSON_SERIALIZE_ENUM(AttachedImage::Stage,
     {
@@ -27,10 +29,13 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(AttachedImage, disk, stage, image, identity, 
 
 std::optional<FileIdentity> FileIdentity::of(const fs::path& path)
 {
-    struct stat status { };
-    if (::stat(path.c_str(), &status) != 0)
+    struct statx status { };
+    if (::statx(AT_FDCWD, path.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0)
         return std::nullopt;
-    return FileIdentity{status.st_dev, status.st_ino};
+    FileIdentity identity{makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino, 0};
+    if ((status.stx_mask & STATX_BTIME) != 0)
+        identity.born = status.stx_btime.tv_sec * 1'000'000'000 + status.stx_btime.tv_nsec;
+    return identity;
 }
 
 std::string AttachedImage::volumeDevice() const

@@ -8,10 +8,12 @@
 
 namespace volumes {
 
-/// A file as the host tells it from all others, whatever its name.
+/// A file as the host tells it from all others, whatever its name. A deleted file's inode number
+/// is soon given to another, so the moment of birth counts too.
 struct FileIdentity {
     uint64_t device = 0;
     uint64_t inode = 0;
+    int64_t born = 0; // nanoseconds since 1970; 0 where the file system doesn't say
 
     /// None when nothing is at `path`.
     static std::optional<FileIdentity> of(const std::filesystem::path& path);

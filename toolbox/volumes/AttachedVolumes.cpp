@@ -11,9 +11,11 @@
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <ctime>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace volumes {
@@ -22,6 +24,21 @@ namespace fs = std::filesystem;
 using Stage = AttachedImage::Stage;
 
 namespace {
+
+/// Takes a half laid out volume away while its makers may still be adding to it, for as long as
+/// that can take. What then still stays, the next tool sweeps.
+void removeWhileInUse(const AttachmentRegistry& registry, const AttachedImage& image) noexcept
+{
+    constexpr int attempts = 100;
+    for (int i = 0; i < attempts; ++i) {
+        try {
+            registry.remove(image);
+            return;
+        } catch (const std::exception&) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+}
 
 [[noreturn]] void throwError(int code, const fs::path& path)
 {
@@ -129,8 +146,7 @@ AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions&
         return result;
 
     AttachedImage& entry = result.image;
-    const auto undo = [&] { m_registry.remove(entry); };
-    const bytes::OnInterruption removal(undo);
+    const bytes::OnInterruption removal([&] { removeWhileInUse(m_registry, entry); });
     try {
         hfsplus::ExtractReport report =
             hfsplus::VolumeExtractor(*opened.volume, entry.folder).extract();
@@ -140,7 +156,7 @@ AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions&
         entry.stage = Stage::mounted;
         save(entry);
     } catch (...) {
-        undo();
+        removeWhileInUse(m_registry, entry);
         throw;
     }
     return result;

@@ -1,0 +1,326 @@
+#include "ToolRun.h"
+
+#include "macfile/Metadata.h"
+#include "tools/Diskutil.h"
+#include "tools/Hdiutil.h"
+#include "tools/SetFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+using tools::diskutil;
+using tools::hdiutil;
+
+namespace {
+
+const std::string wholeLine = "/dev/disk4          \tGUID_partition_scheme          \t\n";
+const std::string sliceLine = "/dev/disk4s1        \tApple_HFS                      \t";
+
+} // namespace
+
+TEST(Hdiutil, EveryFailureIsOneLineOfTheMacsForm)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg");
+    writeFile(test.path("text.dmg"), "no image");
+    writeFile(test.path("there.dmg"), "old");
+    const std::string source = test.source();
+    const std::string none = test.path("none");
+    struct Row {
+        const char* what;
+        std::vector<std::string> arguments;
+        std::string line;
+    };
+    const Row rows[] = {
+        {"create over an existing file",
+            {"create", "-srcfolder", source, "-format", "UDRW", test.path("there.dmg")},
+            "create failed - File exists"},
+        {"create without its source",
+            {"create", "-srcfolder", none, "-ov", "-format", "UDRW", test.path("x.dmg")},
+            "create failed - No such file or directory"},
+        {"create into a missing folder",
+            {"create", "-srcfolder", source, "-ov", "-format", "UDRW", none + "/x.dmg"},
+            "create failed - No such file or directory"},
+        {"create in an unknown format",
+            {"create", "-srcfolder", source, "-format", "UDXX", test.path("x.dmg")},
+            "create failed - \"UDXX\" is not an image format"},
+        {"create in a format of a later version",
+            {"create", "-srcfolder", source, "-format", "ULFO", test.path("x.dmg")},
+            "create failed - this version can't write ULFO images yet"},
+        {"attach of nothing", {"attach", none}, "attach failed - No such file or directory"},
+        {"attach of something else", {"attach", test.path("text.dmg")},
+            "attach failed - image not recognized"},
+        {"detach of nothing", {"detach", "/Volumes/none"},
+            "detach failed - No such file or directory"},
+        {"detach of an unknown device", {"detach", "disk9"},
+            "detach failed - No such file or directory"},
+        {"convert of nothing", {"convert", none, "-format", "UDZO", "-o", test.path("x.dmg")},
+            "convert failed - No such file or directory"},
+        {"convert over an existing file",
+            {"convert", image, "-format", "UDZO", "-o", test.path("there.dmg")},
+            "convert failed - File exists"},
+        {"convert into a missing folder",
+            {"convert", image, "-format", "UDZO", "-o", none + "/x.dmg"},
+            "convert failed - Invalid argument"},
+        {"convert to a format of a later version",
+            {"convert", image, "-format", "ULMO", "-o", test.path("x.dmg")},
+            "convert failed - this version can't write ULMO images yet"},
+        {"verify of nothing", {"verify", none}, "verify failed - No such file or directory"},
+        {"verify of a raw image", {"verify", image}, "verify failed - image has no checksum"},
+        {"imageinfo of something else", {"imageinfo", test.path("text.dmg")},
+            "imageinfo failed - image not recognized"},
+    };
+    for (const Row& row : rows) {
+        const Outcome outcome = run(hdiutil, row.arguments);
+        EXPECT_EQ(outcome.status, 1) << row.what;
+        EXPECT_EQ(outcome.err, "hdiutil: " + row.line + "\n") << row.what;
+    }
+    EXPECT_EQ(readFile(test.path("there.dmg")), "old");
+    for (const auto& entry : fs::directory_iterator(test.folder()))
+        EXPECT_THAT(entry.path().filename().string(), Not(StartsWith(".vandor")));
+}
+
+TEST(Hdiutil, AWrongCallShowsTheUsage)
+{
+    const ToolTest test;
+    const std::vector<std::string> calls[] = {{}, {"frobnicate"}, {"attach"}, {"attach", "a", "b"},
+        {"attach", "-frob", "a"}, {"create", "-fs", "APFS", "-srcfolder", "/tmp", "x"},
+        {"convert", "a", "-o", "b"}, {"convert", "a", "-format", "UDZO", "-o"},
+        {"convert", "a", "-format", "UDZO", "-o", "b", "-imagekey", "zlib-level=10"}};
+    for (const auto& call : calls) {
+        const Outcome outcome = run(hdiutil, call);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr("Usage: hdiutil"));
+        EXPECT_EQ(outcome.out, "");
+    }
+}
+
+TEST(Hdiutil, AttachPrintsItsColumnsAndDetachItsDevice)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg", "My App");
+    const std::string table = wholeLine + sliceLine + "/Volumes/My App\n";
+    const std::vector<std::string> attach{
+        "attach", "-readwrite", "-noverify", "-noautoopen", image};
+    EXPECT_EQ(run(hdiutil, attach).out, table);
+    EXPECT_EQ(run(hdiutil, attach).out, table) << "an attached image answers alike";
+    const Outcome info = run(hdiutil, {"info"});
+    EXPECT_THAT(
+        info.out, HasSubstr("image-path      : " + image + "\nimage-alias     : " + image + "\n"));
+    EXPECT_THAT(info.out, HasSubstr("images          : 1\n" + std::string(48, '=') + "\n"));
+    EXPECT_THAT(info.out, HasSubstr("image-type      : read/write\n"));
+    EXPECT_THAT(info.out, HasSubstr("writeable       : TRUE\n"));
+    EXPECT_THAT(info.out,
+        EndsWith("/dev/disk4\tGUID_partition_scheme\t\n"
+                 "/dev/disk4s1\t48465300-0000-11AA-AA11-00306543ECAC\t/Volumes/My App\n"));
+
+    const Outcome convert =
+        run(hdiutil, {"convert", image, "-format", "UDZO", "-o", test.path("b.dmg")});
+    EXPECT_EQ(convert.err, "hdiutil: convert failed - Resource temporarily unavailable\n");
+    EXPECT_EQ(run(hdiutil, {"imageinfo", image}).err,
+        "hdiutil: imageinfo failed - Resource temporarily unavailable\n");
+
+    const Outcome detach = run(hdiutil, {"detach", "/Volumes/My App"});
+    EXPECT_EQ(detach.status, 0);
+    EXPECT_EQ(detach.out, "\"disk4\" ejected.\n");
+    EXPECT_THAT(run(hdiutil, {"info"}).out, EndsWith("images          : 0\n"));
+    EXPECT_EQ(run(hdiutil, {"attach", "-nomount", image}).out, wholeLine + sliceLine + "\n");
+    EXPECT_EQ(run(hdiutil, {"-quiet"}).status, 1);
+    EXPECT_EQ(run(hdiutil, {"detach", "-quiet", "/dev/disk4s1"}).out, "");
+}
+
+TEST(Hdiutil, ConvertReportsTablesAndTotals)
+{
+    const ToolTest test;
+    const Outcome convert =
+        run(hdiutil, {"convert", test.image("a.dmg"), "-format", "udzo", "-o", test.path("b")});
+    EXPECT_EQ(convert.status, 0) << convert.err;
+    EXPECT_THAT(convert.out,
+        StartsWith("Preparing imaging engine…\n"
+                   "Reading Protective Master Boot Record (MBR : 0)…\n"
+                   "   (CRC32 $"));
+    EXPECT_THAT(convert.out, HasSubstr("Reading  (Apple_Free : 3)…\n   (CRC32 $00000000:  (Apple"));
+    const std::string totals = convert.out.substr(convert.out.find("Adding resources…\n"));
+    const auto size = std::to_string(fs::file_size(test.path("b.dmg")));
+    EXPECT_THAT(totals,
+        MatchesRegex("Adding resources…\nElapsed Time: [ 0-9m.]+s\nFile size: " + size
+            + " bytes, Checksum: CRC32 \\$[0-9A-F]{8}\n"
+              "Sectors processed: [0-9]+, [0-9]+ compressed\nSpeed: [0-9.]+MB/s\n"
+              "Savings: 9[0-9]\\.[0-9]%\ncreated: "
+            + test.path("b.dmg") + "\n"));
+
+    const Outcome raw = run(
+        hdiutil, {"convert", test.path("b.dmg"), "-format", "UDRW", "-o", test.path("raw.dmg")});
+    EXPECT_EQ(raw.out.find("CRC32"), std::string::npos);
+    EXPECT_TRUE(readFile(test.path("raw.dmg")) == readFile(test.path("a.dmg")));
+}
+
+TEST(Hdiutil, VerifyAndAttachTellASoundImageFromADamagedOne)
+{
+    const ToolTest test;
+    const std::string path = test.path("c.dmg");
+    run(hdiutil, {"convert", test.image("a.dmg"), "-format", "UDBZ", "-o", path});
+    const Outcome sound = run(hdiutil, {"verify", path});
+    EXPECT_EQ(sound.status, 0);
+    EXPECT_EQ(sound.err, "hdiutil: verify: checksum of \"" + path + "\" is VALID\n");
+    EXPECT_THAT(sound.out,
+        StartsWith("Checksumming Protective Master Boot Record (MBR : 0)…\n"
+                   "Protective Master Boot Record (MBR :: verified   CRC32 $"));
+    EXPECT_THAT(sound.out, HasSubstr("\n          disk image (Apple_HFS : 4): verified   CRC32 $"));
+    EXPECT_THAT(sound.out, MatchesRegex("(.|\n)*\nverified   CRC32 \\$[0-9A-F]{8}\n"));
+    const Outcome attached = run(hdiutil, {"attach", path});
+    EXPECT_EQ(attached.out, sound.out + wholeLine + sliceLine + "/Volumes/Disk\n");
+    run(hdiutil, {"detach", "disk4"});
+
+    std::string bytes = readFile(path);
+    bytes[bytes.size() / 10] = static_cast<char>(bytes[bytes.size() / 10] ^ 0x10);
+    writeFile(path, bytes);
+    const Outcome damaged = run(hdiutil, {"verify", path});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_THAT(damaged.err,
+        EndsWith("hdiutil: verify: checksum of \"" + path
+            + "\" is INVALID\nhdiutil: verify failed - corrupt image\n"));
+    const Outcome refused = run(hdiutil, {"attach", path});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, StartsWith("hdiutil: attach failed - corrupt image"));
+    EXPECT_EQ(run(diskutil, {"info", "disk4"}).status, 1);
+}
+
+TEST(Hdiutil, VerifyFindsADamagedVolumeBehindGoodChecksums)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg");
+    std::string bytes = readFile(image);
+    bytes[20480 + 1024 + 35] = 99; // the header's count of files
+    writeFile(image, bytes);
+    const std::string path = test.path("c.dmg");
+    run(hdiutil, {"convert", image, "-format", "UDZO", "-o", path});
+    const Outcome verify = run(hdiutil, {"verify", path});
+    EXPECT_EQ(verify.status, 1);
+    EXPECT_THAT(verify.err, EndsWith("hdiutil: verify failed - the volume is damaged\n"));
+    EXPECT_THAT(verify.err, HasSubstr("is VALID"));
+}
+
+TEST(Hdiutil, VerifyLooksIntoTheFindersStore)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg");
+    run(hdiutil, {"attach", image});
+    writeFile(test.volume("Disk") / ".DS_Store", "this is no store");
+    run(hdiutil, {"detach", "disk4"});
+    run(hdiutil, {"convert", image, "-format", "UDZO", "-o", test.path("c.dmg")});
+    const Outcome verify = run(hdiutil, {"verify", test.path("c.dmg")});
+    EXPECT_EQ(verify.status, 1);
+    EXPECT_THAT(verify.err, HasSubstr("hdiutil: verify: .DS_Store: "));
+}
+
+TEST(Hdiutil, CreateNamesEveryFileThatCannotGoIn)
+{
+    const ToolTest test;
+    const fs::path source = test.source();
+    ASSERT_EQ(::mkfifo((source / "pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo((source / "Sample.app/second").c_str(), 0600), 0);
+    const Outcome create =
+        run(hdiutil, {"create", "-srcfolder", source, "-format", "UDRW", test.path("a.dmg")});
+    EXPECT_EQ(create.status, 1);
+    EXPECT_THAT(create.err, HasSubstr((source / "pipe").string() + ": "));
+    EXPECT_THAT(create.err, HasSubstr((source / "Sample.app/second").string() + ": "));
+    EXPECT_THAT(
+        create.err, EndsWith("hdiutil: create failed - some files can't go into a volume\n"));
+    EXPECT_FALSE(fs::exists(test.path("a.dmg")));
+}
+
+TEST(Hdiutil, AFixedTimeMakesTheSameImageTwice)
+{
+    const ToolTest test;
+    ::setenv("SOURCE_DATE_EPOCH", "1700000000", 1);
+    const std::string first = readFile(test.image("a.dmg"));
+    EXPECT_TRUE(first == readFile(test.image("b.dmg")));
+    EXPECT_FALSE(first == readFile(test.image("c.dmg", "Other")));
+    ::setenv("SOURCE_DATE_EPOCH", "yesterday", 1);
+    EXPECT_EQ(run(hdiutil, {"create", "-srcfolder", test.source(), test.path("d")}).err,
+        "hdiutil: create failed - Invalid argument\n");
+    ::unsetenv("SOURCE_DATE_EPOCH");
+    EXPECT_FALSE(first == readFile(test.image("e.dmg"))) << "identifiers are random without it";
+}
+
+TEST(Diskutil, SaysWhatAMacSays)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg", "My App");
+    const auto attach = [&] { run(hdiutil, {"attach", image}); };
+    struct Row {
+        const char* what;
+        std::vector<std::string> arguments;
+        std::string out;
+    };
+    const Row rows[] = {
+        {"unmount", {"unmount", "/Volumes/My App"}, "Volume My App on disk4s1 unmounted\n"},
+        {"unmount by force", {"unmount", "force", "/Volumes/My App"},
+            "Volume My App on disk4s1 force-unmounted\n"},
+        {"the whole disk", {"unmountDisk", "force", "disk4"},
+            "Forced unmount of all volumes on disk4 was successful\n"},
+        {"eject by mount point", {"eject", "/Volumes/My App"}, "Disk /Volumes/My App ejected\n"},
+        {"eject by device", {"eject", "disk4"}, "Disk disk4 ejected\n"},
+        {"quietly", {"quiet", "eject", "/Volumes/My App"}, ""},
+    };
+    for (const Row& row : rows) {
+        attach();
+        const Outcome outcome = run(diskutil, row.arguments);
+        EXPECT_EQ(outcome.status, 0) << row.what << outcome.err;
+        EXPECT_EQ(outcome.out, row.out) << row.what;
+        EXPECT_FALSE(fs::exists(test.volume("My App"))) << row.what;
+    }
+    const Outcome missing = run(diskutil, {"unmount", "force", "/Volumes/My App"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err, "Unable to find disk for /Volumes/My App\n");
+    EXPECT_THAT(run(diskutil, {"frob", "disk4"}).err, StartsWith("Usage: diskutil"));
+    attach();
+    EXPECT_THAT(run(diskutil, {"info", "/Volumes/My App"}).out,
+        StartsWith("   Device Identifier:        disk4s1\n"));
+}
+
+TEST(Diskutil, TakesALeftoverOfAKilledToolAway)
+{
+    const ToolTest test;
+    run(hdiutil, {"attach", test.image("a.dmg")});
+    const fs::path entry = test.folder() / "state/attached/disk4.json";
+    std::string text = readFile(entry);
+    text.replace(text.find("\"mounted\""), 9, "\"preparing\"");
+    writeFile(entry, text);
+    EXPECT_EQ(run(diskutil, {"unmount", "force", "/Volumes/Disk"}).status, 0);
+    EXPECT_FALSE(fs::exists(test.volume("Disk")));
+}
+
+TEST(SetFile, ChangesTheAskedBitsOfFilesAndVolumes)
+{
+    const ToolTest test;
+    run(hdiutil, {"attach", test.image("a.dmg")});
+    const fs::path root = test.volume("Disk");
+    const std::string file = "/Volumes/Disk/.background/picture.png";
+    const auto flags = [&](const fs::path& path) {
+        return macfile::readMetadata(path).finder().flags.value();
+    };
+    EXPECT_EQ(run(tools::setFile, {"-a", "C", "/Volumes/Disk"}).status, 0);
+    EXPECT_EQ(run(tools::setFile, {"-a", "VE", "-t", "icnC", "-c", "ab", file}).status, 0);
+    EXPECT_EQ(flags(root), 0x0400);
+    const auto info = macfile::readMetadata(root / ".background/picture.png").finder();
+    EXPECT_EQ(info.flags, 0x4010);
+    EXPECT_EQ(info.type, 0x69636E43U);
+    EXPECT_EQ(info.creator, 0x61622020U);
+    EXPECT_EQ(run(tools::setFile, {"-a", "cv", "/Volumes/Disk", file}).status, 0);
+    EXPECT_EQ(flags(root), 0);
+    EXPECT_EQ(flags(root / ".background/picture.png"), 0x0010);
+
+    const Outcome missing = run(tools::setFile, {"-a", "C", "/Volumes/none"});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.err, "ERROR: File Not Found. (-43)  on file: /Volumes/none \n");
+    EXPECT_EQ(run(tools::setFile, {"-a", "L", file}).status, 1);
+    EXPECT_EQ(run(tools::setFile, {"-a", "C"}).status, 1);
+}

@@ -1,0 +1,55 @@
+#include "tools/Text.h"
+#include "tools/Arguments.h"
+
+#include <array>
+#include <gtest/gtest.h>
+
+using tools::Align;
+
+TEST(Text, ColumnsCountCharactersAndCutWhatIsTooLong)
+{
+    struct Row {
+        const char* what;
+        std::string text;
+        std::size_t width;
+        Align align;
+        std::string column;
+    };
+    const Row rows[] = {
+        {"padded behind", "/dev/disk4", 12, Align::left, "/dev/disk4  "},
+        {"padded in front", "name", 6, Align::right, "  name"},
+        {"cut", "EF57347C-0000-11AA-AA11-00306543ECAC", 31, Align::left,
+            "EF57347C-0000-11AA-AA11-0030654"},
+        {"two bytes are one character", "éé", 3, Align::left, "éé "},
+        {"not cut inside a character", "aéb", 2, Align::right, "aé"},
+        {"empty", "", 2, Align::left, "  "},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(tools::column(row.text, row.width, row.align), row.column) << row.what;
+}
+
+TEST(Text, NumbersLookAsAMacPrintsThem)
+{
+    EXPECT_EQ(tools::elapsedText(0.007868), " 7.868ms");
+    EXPECT_EQ(tools::elapsedText(31.848), "31.848s");
+    EXPECT_EQ(tools::elapsedText(233.244), "3m 53.244s");
+    EXPECT_EQ(tools::elapsedText(61.5), "1m  1.500s");
+    EXPECT_EQ(tools::crcText(0xAB), "CRC32 $000000AB");
+    EXPECT_EQ(tools::decimal(68.14, 1), "68.1");
+    EXPECT_EQ(tools::oneLine("a\nb\r"), "a b ");
+}
+
+TEST(Arguments, AreTakenApartWhereverTheyStand)
+{
+    constexpr std::array known{tools::Option{"-ov"}, tools::Option{"-o", true}};
+    const std::vector<std::string> words{"in", "-o", "-ov", "-o", "out", "-"};
+    const tools::Arguments arguments(words, known);
+    EXPECT_EQ(arguments.value("-o"), "out")
+        << "the last counts, and a value may look like anything";
+    EXPECT_FALSE(arguments.has("-ov"));
+    EXPECT_EQ(arguments.operands(), (std::vector<std::string>{"in", "-"}));
+    EXPECT_THROW(arguments.onlyOperand(), tools::UsageError);
+    EXPECT_THROW(arguments.required("-ov"), tools::UsageError);
+    EXPECT_THROW(tools::Arguments(std::vector<std::string>{"-x"}, known), tools::UsageError);
+    EXPECT_THROW(tools::Arguments(std::vector<std::string>{"-o"}, known), tools::UsageError);
+}
