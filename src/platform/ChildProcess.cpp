@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -17,6 +18,14 @@ QProcess::ProcessChannelMode channelMode(const ToolCall& call)
     if (call.captureOutput)
         return call.captureError ? QProcess::SeparateChannels : QProcess::ForwardedErrorChannel;
     return call.captureError ? QProcess::ForwardedOutputChannel : QProcess::ForwardedChannels;
+}
+
+QProcessEnvironment environmentOf(const ToolCall& call, const SystemRoot& root)
+{
+    QProcessEnvironment environment = root.childEnvironment();
+    for (auto entry = call.environment.cbegin(); entry != call.environment.cend(); ++entry)
+        environment.insert(entry.key(), entry.value());
+    return environment;
 }
 
 /// The error number with which starting the program must fail, 0 if nothing speaks against it.
@@ -30,6 +39,22 @@ int obstacleTo(const QByteArray& program)
     return ::access(program.constData(), X_OK) == 0 ? 0 : errno;
 }
 
+/// `ancestor` and all processes that descend from it now, where the host tells.
+std::vector<pid_t> familyOf(pid_t ancestor)
+{
+    std::vector<pid_t> family{ancestor};
+    for (std::size_t i = 0; i < family.size(); ++i) {
+        QFile children(QStringLiteral("/proc/%1/task/%1/children").arg(family[i]));
+        if (!children.open(QFile::ReadOnly))
+            continue;
+        for (const QByteArray& number : children.readAll().simplified().split(' ')) {
+            if (const pid_t process = number.toInt(); process > 0)
+                family.push_back(process);
+        }
+    }
+    return family;
+}
+
 } // namespace
 
 ChildProcess::ChildProcess(const ToolCall& call, const SystemRoot& root)
@@ -37,11 +62,13 @@ ChildProcess::ChildProcess(const ToolCall& call, const SystemRoot& root)
 {
     m_process.setProgram(root.toolPath(call.program));
     m_process.setArguments(call.arguments);
-    m_process.setProcessEnvironment(root.childEnvironment());
+    m_process.setProcessEnvironment(environmentOf(call, root));
     m_process.setProcessChannelMode(channelMode(call));
     if (!call.workingDirectory.isEmpty())
         m_process.setWorkingDirectory(root.hostPath(call.workingDirectory));
-    if (call.input.isEmpty())
+    if (call.inheritInput)
+        m_process.setInputChannelMode(QProcess::ForwardedInputChannel);
+    else if (call.input.isEmpty())
         m_process.setStandardInputFile(QProcess::nullDevice());
 }
 
@@ -51,19 +78,38 @@ QFuture<ToolOutcome> ChildProcess::start()
     const QFuture<ToolOutcome> outcome = m_promise.future();
     connect(&m_process, &QProcess::errorOccurred, this, &ChildProcess::reportFailedStart);
     connect(&m_process, &QProcess::finished, this, &ChildProcess::reportEnd);
+    if (m_call.receive)
+        connectReceiver();
     m_process.start();
-    if (!m_call.input.isEmpty() && m_process.state() != QProcess::NotRunning) {
+    if (!m_call.inheritInput && !m_call.input.isEmpty()
+        && m_process.state() != QProcess::NotRunning) {
         m_process.write(m_call.input);
         m_process.closeWriteChannel();
     }
     return outcome;
 }
 
+void ChildProcess::connectReceiver()
+{
+    connect(&m_process, &QProcess::readyReadStandardOutput, this,
+        [this] { passOn(ToolStream::output, m_process.readAllStandardOutput()); });
+    connect(&m_process, &QProcess::readyReadStandardError, this,
+        [this] { passOn(ToolStream::error, m_process.readAllStandardError()); });
+}
+
+void ChildProcess::passOn(ToolStream stream, const QByteArray& piece)
+{
+    if (!piece.isEmpty())
+        m_call.receive(stream, piece);
+}
+
 void ChildProcess::interrupt()
 {
-    const qint64 identifier = m_process.processId();
-    if (identifier > 0 && !m_call.evenWhenInterrupted)
-        ::kill(static_cast<pid_t>(identifier), SIGINT);
+    if (m_process.processId() <= 0 || m_call.evenWhenInterrupted)
+        return;
+    // A shell doesn't pass the signal on to the tool that it waits for.
+    for (const pid_t process : familyOf(static_cast<pid_t>(m_process.processId())))
+        ::kill(process, SIGINT);
 }
 
 /// Every other error (a tool that doesn't read its input, one that a signal killed) is followed by

@@ -16,10 +16,12 @@ public:
 
     /// The outcome arrives exactly once, for a failure to start as for an end.
     QFuture<ToolOutcome> start();
-    /// Sends SIGINT unless the call is to run even so.
+    /// Sends SIGINT to the child and its descendants unless the call is to run even so.
     void interrupt();
 
 private:
+    void connectReceiver();
+    void passOn(ToolStream stream, const QByteArray& piece);
     void reportFailedStart(QProcess::ProcessError error);
     void reportEnd();
     void report(ToolOutcome outcome);

@@ -17,8 +17,9 @@ public:
 
     QCoro::Task<ToolOutcome> run(ToolCall call) override;
 
-    /// Sends SIGINT to the children that run. From now on a call ends with the launch error
-    /// "Interrupted" and starts nothing. Both spare calls marked `evenWhenInterrupted`.
+    /// Sends SIGINT to the children that run and to what they started. From now on a call ends with
+    /// the launch error "Interrupted" and starts nothing. Both spare calls marked
+    /// `evenWhenInterrupted`.
     void interrupt();
 
 private:

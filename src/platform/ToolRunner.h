@@ -2,18 +2,27 @@
 
 #include <QByteArray>
 #include <QCoro/QCoroTask>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
+
+enum class ToolStream { output, error };
 
 /// One run of a command-line tool, in the Mac's terms.
 struct ToolCall {
     QString program; // the Mac's absolute path
     QStringList arguments;
     QByteArray input; // for its standard input; empty: /dev/null
+    bool inheritInput = false; // standard input is this process's own instead
     bool captureOutput = false; // what isn't captured goes to this process's own streams
     bool captureError = false;
+    /// Takes what is captured as it comes, on the main thread and before the outcome, whose own
+    /// output and error stay empty then. A piece is never empty and ends anywhere.
+    std::function<void(ToolStream stream, const QByteArray& piece)> receive;
+    QMap<QString, QString> environment; // in place of the inherited values of these names
     QString workingDirectory; // empty: this process's own
     bool evenWhenInterrupted = false; // an interrupted program still cleans up with such calls
 };

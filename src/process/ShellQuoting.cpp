@@ -1,0 +1,17 @@
+#include "process/ShellQuoting.h"
+
+#include <QStringView>
+
+using namespace Qt::StringLiterals;
+
+QString shellQuoted(const QString& text)
+{
+    constexpr QStringView active = u"\"$`\\";
+    QString result = u"\""_s;
+    for (const QChar character : text) {
+        if (active.contains(character))
+            result += u'\\';
+        result += character;
+    }
+    return result + u'"';
+}
