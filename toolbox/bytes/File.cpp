@@ -135,6 +135,11 @@ OutputFile::~OutputFile()
         ::unlink(m_temporary.c_str());
 }
 
+void OutputFile::close()
+{
+    m_file = File(-1, m_target);
+}
+
 void OutputFile::commit(bool replace)
 {
     if (replace) {

@@ -48,6 +48,10 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     File& file() { return m_file; }
+    /// Gives the descriptor back when all is written; `commit` still works. For those who hold
+    /// many files until all can take their places.
+    void close();
+    const std::filesystem::path& temporaryPath() const { return m_temporary; }
     /// Puts the file in place; an old one is replaced only when `replace` is set, else
     /// std::system_error with EEXIST.
     void commit(bool replace);

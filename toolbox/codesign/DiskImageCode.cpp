@@ -59,6 +59,7 @@ void DiskImageCode::writeSigned(const std::filesystem::path& path, const Blob& n
     record.signatureLength = newSignature.size();
     replacement.file().writeAt(signedLength, newSignature);
     replacement.file().writeAt(signedLength + newSignature.size(), bytes::recordBytes(record));
+    replacement.finish();
     replacement.commit();
 }
 

@@ -53,7 +53,7 @@ void FileReplacement::copyHead(uint64_t length)
     }
 }
 
-void FileReplacement::commit()
+void FileReplacement::finish()
 {
     struct stat status { };
     if (::fstat(m_original.descriptor(), &status) != 0)
@@ -66,6 +66,12 @@ void FileReplacement::commit()
         bytes::throwErrno(m_path.string());
     const timespec times[] = {status.st_atim, status.st_mtim};
     ::futimens(file().descriptor(), times);
+    m_output.close();
+    m_original = bytes::File(-1, m_path);
+}
+
+void FileReplacement::commit()
+{
     m_output.commit(true);
 }
 

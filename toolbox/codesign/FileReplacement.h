@@ -19,7 +19,11 @@ public:
     /// Copies the first `length` bytes; inside the kernel, and without copying where the file
     /// system can share them.
     void copyHead(uint64_t length);
+    /// Ends writing: the new file gets the old one's attributes, and both are closed.
+    void finish();
+    /// Puts the new file in place; `finish` comes before.
     void commit();
+    const std::filesystem::path& temporaryPath() const { return m_output.temporaryPath(); }
 
 private:
     std::filesystem::path m_path;

@@ -17,9 +17,11 @@ constexpr int deepest = 200;
 
 class Scan {
 public:
-    Scan(const BundleLayout& layout, const SealRules& rules, bool nestedCode)
+    Scan(const BundleLayout& layout, const SealRules& rules, bool nestedCode,
+        const std::set<fs::path>& ignored)
         : m_rules(rules)
         , m_nestedCode(nestedCode)
+        , m_ignored(ignored)
         , m_root(layout.sealRoot)
         , m_executable(layout.executable.lexically_relative(layout.sealRoot).generic_string())
     {
@@ -43,7 +45,7 @@ private:
             throw FormatError("folders nested too deeply: " + prefix);
         for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
             const std::string path = prefix + entry.path().filename().string();
-            if (!isExcluded(path))
+            if (!isExcluded(path) && !m_ignored.contains(entry.path()))
                 visit(entry, path, depth);
         }
     }
@@ -102,6 +104,7 @@ private:
 
     const SealRules& m_rules;
     bool m_nestedCode;
+    const std::set<fs::path>& m_ignored;
     fs::path m_root;
     std::string m_executable;
     std::vector<SealCandidate> m_found;
@@ -109,14 +112,16 @@ private:
 
 } // namespace
 
-std::vector<SealCandidate> scanForSeal(const BundleLayout& layout, const SealRules& rules)
+std::vector<SealCandidate> scanForSeal(
+    const BundleLayout& layout, const SealRules& rules, const std::set<fs::path>& ignored)
 {
-    return Scan(layout, rules, true).take();
+    return Scan(layout, rules, true, ignored).take();
 }
 
-std::vector<SealCandidate> scanFilesForOldSeal(const BundleLayout& layout, const SealRules& rules)
+std::vector<SealCandidate> scanFilesForOldSeal(
+    const BundleLayout& layout, const SealRules& rules, const std::set<fs::path>& ignored)
 {
-    return Scan(layout, rules, false).take();
+    return Scan(layout, rules, false, ignored).take();
 }
 
 bool isCode(const fs::path& path)

@@ -4,6 +4,7 @@
 #include "codesign/SealRules.h"
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,14 @@ struct SealCandidate {
 /// Everything that `rules` take into the seal, sorted by path. Links are never followed, the main
 /// executable and the signature's own files are left out. Code is nested where a nested rule leads
 /// to a Mach-O file or to a bundle; other files there are sealed as files. Throws
-/// bytes::FormatError for what can't be sealed (a socket, a device).
-std::vector<SealCandidate> scanForSeal(const BundleLayout& layout, const SealRules& rules);
+/// bytes::FormatError for what can't be sealed (a socket, a device). `ignored` are files on the
+/// host that are taken for absent.
+std::vector<SealCandidate> scanForSeal(const BundleLayout& layout, const SealRules& rules,
+    const std::set<std::filesystem::path>& ignored = {});
 
 /// Only regular files, whatever a rule says of nested code: what old systems look at.
-std::vector<SealCandidate> scanFilesForOldSeal(const BundleLayout& layout, const SealRules& rules);
+std::vector<SealCandidate> scanFilesForOldSeal(const BundleLayout& layout, const SealRules& rules,
+    const std::set<std::filesystem::path>& ignored = {});
 
 /// True for a Mach-O file and for a bundle that has an executable to sign.
 bool isCode(const std::filesystem::path& path);

@@ -2,6 +2,7 @@
 
 #include "bytes/File.h"
 #include "bytes/FormatError.h"
+#include "codesign/HostDetritus.h"
 #include "plist/PropertyList.h"
 
 #include <algorithm>
@@ -67,6 +68,7 @@ plist::Value entryFor(const SealCandidate& candidate, bool oldHashesToo,
         entry.emplace("symlink", candidate.target);
         break;
     case SealCandidate::Kind::file:
+        requireNoDetritus(candidate.location);
         if (oldHashesToo)
             entry.emplace("hash", digestOfFile(HashType::sha1, candidate.location));
         entry.emplace("hash2", digestOfFile(HashType::sha256, candidate.location));
@@ -164,16 +166,19 @@ ResourceSeal ResourceSeal::read(std::span<const std::byte> propertyList)
 }
 
 std::string makeSeal(const BundleLayout& layout, bool oldHashesToo,
+    const std::set<fs::path>& ignored,
     const std::function<NestedCode(const SealCandidate&)>& nested)
 {
     const SealRules oldRules = SealRules::oldDefaults(layout.resourcesPrefix());
     const SealRules rules = SealRules::defaults(layout.resourcesPrefix());
+    // Both looks come before nested code is asked for: making it ready may leave files about.
+    const std::vector<SealCandidate> candidates = scanForSeal(layout, rules, ignored);
+    const std::vector<SealCandidate> oldCandidates = scanFilesForOldSeal(layout, oldRules, ignored);
     plist::Dictionary seal;
-    seal.emplace(
-        "files2", sealedTable(scanForSeal(layout, rules), [&](const SealCandidate& candidate) {
-            return entryFor(candidate, oldHashesToo, nested);
-        }));
-    seal.emplace("files", sealedTable(scanFilesForOldSeal(layout, oldRules), oldEntryFor));
+    seal.emplace("files", sealedTable(oldCandidates, oldEntryFor));
+    seal.emplace("files2", sealedTable(candidates, [&](const SealCandidate& candidate) {
+        return entryFor(candidate, oldHashesToo, nested);
+    }));
     seal.emplace("rules", oldRules.write());
     seal.emplace("rules2", rules.write());
     return plist::writeXml(seal);

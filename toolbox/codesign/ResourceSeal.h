@@ -37,8 +37,9 @@ struct ResourceSeal {
 
 /// Seals the bundle as it lies there: the bytes of its CodeResources file. `nested` is asked for
 /// each nested piece of code, which must be signed by then. `oldHashesToo` adds SHA-1 beside
-/// SHA-256. Works on all cores.
+/// SHA-256; `ignored` are files that are taken for absent. Works on all cores.
 std::string makeSeal(const BundleLayout& layout, bool oldHashesToo,
+    const std::set<std::filesystem::path>& ignored,
     const std::function<NestedCode(const SealCandidate&)>& nested);
 
 /// How a bundle differs from its seal; paths are below the seal root.

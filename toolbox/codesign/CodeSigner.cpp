@@ -1,0 +1,254 @@
+#include "codesign/CodeSigner.h"
+
+#include "bytes/FormatError.h"
+#include "codesign/CodeError.h"
+#include "codesign/CodeIdentifier.h"
+#include "codesign/DiskImageCode.h"
+#include "codesign/HostDetritus.h"
+#include "codesign/ResourceSeal.h"
+#include "codesign/SignedState.h"
+#include "macho/MachOFile.h"
+#include "plist/PropertyList.h"
+
+#include <algorithm>
+
+namespace codesign {
+
+namespace fs = std::filesystem;
+using bytes::FormatError;
+using macho::MachOFile;
+
+namespace {
+
+std::vector<std::byte> contentOf(const fs::path& path)
+{
+    const auto source = bytes::File::open(path, bytes::File::Mode::read);
+    return source.read(0, static_cast<std::size_t>(source.size()));
+}
+
+std::vector<std::byte> bytesOf(std::string_view text)
+{
+    const auto raw = std::as_bytes(std::span(text));
+    return {raw.begin(), raw.end()};
+}
+
+/// What tells ad hoc code apart that is named after its file only.
+std::vector<std::byte> identificationOf(const fs::path& path)
+{
+    const auto source = bytes::File::open(path, bytes::File::Mode::read);
+    if (const auto image = DiskImageCode::read(source))
+        return digestOf(HashType::sha1, image->coveredTrailer());
+    if (!MachOFile::isMachO(source))
+        return digestOf(HashType::sha1, source, source.size());
+    const MachOFile file = MachOFile::read(source);
+    const macho::Slice& slice = file.parts[file.nativePart()].slice;
+    if (!slice.uuid)
+        return digestOf(HashType::sha1, slice.head);
+    std::vector<std::byte> marked = bytesOf("UUID");
+    const auto uuid = std::as_bytes(std::span(*slice.uuid));
+    marked.insert(marked.end(), uuid.begin(), uuid.end());
+    return marked;
+}
+
+/// The information dictionary inside a tool: its bytes, or none.
+std::vector<std::byte> embeddedInfo(const fs::path& path)
+{
+    const auto source = bytes::File::open(path, bytes::File::Mode::read);
+    const MachOFile file = MachOFile::read(source);
+    const MachOFile::Part& part = file.parts[file.nativePart()];
+    if (!part.slice.infoPlist)
+        return {};
+    return source.read(part.extent.offset + part.slice.infoPlist->offset,
+        static_cast<std::size_t>(part.slice.infoPlist->size));
+}
+
+std::string identifierIn(std::span<const std::byte> info)
+{
+    if (info.empty())
+        return {};
+    try {
+        const plist::Value value = plist::read(info);
+        for (const char* key : {"CFBundleIdentifier", "CFBundleName"}) {
+            if (const auto* text = value.find<std::string>(key); text != nullptr)
+                return *text;
+        }
+    } catch (const FormatError&) {
+        // What stands there is signed as it is, whether it makes sense or not.
+    }
+    return {};
+}
+
+CodeSigner::Replaced replacedState(SignedState state)
+{
+    switch (state) {
+    case SignedState::isSigned:
+    case SignedState::linkerSigned:
+        return CodeSigner::Replaced::signature;
+    case SignedState::broken:
+        return CodeSigner::Replaced::brokenSignature;
+    case SignedState::notSigned:
+        break;
+    }
+    return CodeSigner::Replaced::nothing;
+}
+
+} // namespace
+
+std::string CodeSigner::identifierFor(
+    const std::string& fromInfo, const fs::path& path, bool isNested) const
+{
+    if (m_options.identifier && !isNested)
+        return *m_options.identifier;
+    if (!fromInfo.empty())
+        return fromInfo;
+    std::string name = identifierFromFileName(path.filename().string());
+    if (m_signer.identity == nullptr && name.find('.') == std::string::npos
+        && !fs::is_directory(path))
+        name += "-" + hexOf(identificationOf(path));
+    return name;
+}
+
+CodeSigner::Result CodeSigner::sign(const fs::path& path) const
+{
+    if (!fs::exists(path))
+        throw std::system_error(ENOENT, std::generic_category(), path.string());
+    if (!fs::is_directory(path)
+        && DiskImageCode::read(bytes::File::open(path, bytes::File::Mode::read)))
+        return signImage(path);
+
+    Result result;
+    const fs::path carrier = signatureCarrier(path);
+    if (!isCode(carrier))
+        throw CodeError(message::unsuitableBundle);
+    const SignedState state = signedStateOf(carrier);
+    if (!m_options.force && state != SignedState::notSigned && state != SignedState::linkerSigned)
+        throw CodeError(message::alreadySigned);
+    result.replaced = replacedState(state);
+
+    PendingChanges pending;
+    result.code = signItem(path, false, pending);
+    pending.commit();
+    return result;
+}
+
+SignedCode CodeSigner::signItem(const fs::path& path, bool isNested, PendingChanges& pending) const
+{
+    if (const auto layout = BundleLayout::of(path))
+        return signBundle(*layout, isNested, pending);
+    if (fs::is_directory(path))
+        throw CodeError(message::unsuitableBundle);
+    return signTool(path, isNested, pending);
+}
+
+SignedCode CodeSigner::signTool(const fs::path& path, bool isNested, PendingChanges& pending) const
+{
+    requireNoDetritus(path);
+    MachOTarget target;
+    const std::vector<std::byte> info = embeddedInfo(path);
+    target.identifier = identifierFor(identifierIn(info), path, isNested);
+    if (!info.empty())
+        target.covered[Slot::infoPlist] = info;
+    return signMachO(path, target, m_signer, pending);
+}
+
+SignedCode CodeSigner::signNested(const fs::path& path, PendingChanges& pending) const
+{
+    try {
+        const SignedState state = signedStateOf(signatureCarrier(path));
+        const bool isSigned = state == SignedState::isSigned || state == SignedState::broken;
+        if (m_options.deep && (m_options.force || !isSigned))
+            return signItem(path, true, pending);
+        if (!isSigned && state != SignedState::linkerSigned)
+            throw CodeError(message::notSigned);
+        return readSignedCode(path);
+    } catch (const CodeError& error) {
+        if (!error.subcomponent().empty())
+            throw;
+        throw CodeError(error.what(), path).with(error.details());
+    } catch (const FormatError& error) {
+        throw CodeError(error.what(), path);
+    }
+}
+
+SignedCode CodeSigner::signBundle(
+    const BundleLayout& layout, bool isNested, PendingChanges& pending) const
+{
+    if (!isCode(layout.executable))
+        throw CodeError(message::unsuitableBundle);
+    requireNoDetritus(layout.root);
+    const auto source = bytes::File::open(layout.executable, bytes::File::Mode::read);
+    const bool oldHashes = needsOldHashes(MachOFile::read(source));
+
+    const std::string seal = makeSeal(layout, oldHashes, pending.temporaryFiles(),
+        [&](const SealCandidate& candidate) -> NestedCode {
+            const SignedCode nested = signNested(candidate.location, pending);
+            return {nested.hash, nested.requirement};
+        });
+
+    MachOTarget target;
+    target.identifier = identifierFor(layout.identifier(), layout.root, isNested);
+    target.covered[Slot::infoPlist] = contentOf(layout.infoFile);
+    target.covered[Slot::resources] = bytesOf(seal);
+    SignedCode code = signMachO(layout.executable, target, m_signer, pending);
+    code.format =
+        (layout.packageType() == "APPL" ? "app bundle with " : "bundle with ") + code.format;
+
+    pending.put(layout.sealFile, seal);
+    const fs::path folder = layout.sealFile.parent_path();
+    const std::set<fs::path> ours = pending.temporaryFiles();
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        if (entry.path() != layout.sealFile && !ours.contains(entry.path()))
+            pending.remove(entry.path());
+    }
+    // A ticket is for the old signature.
+    if (const fs::path ticket = layout.sealRoot / "CodeResources"; fs::exists(ticket))
+        pending.remove(ticket);
+    return code;
+}
+
+CodeSigner::Result CodeSigner::signImage(const fs::path& path) const
+{
+    const auto source = bytes::File::open(path, bytes::File::Mode::read);
+    const DiskImageCode image = *DiskImageCode::read(source);
+    Result result;
+    if (!image.signature.empty()) {
+        if (!m_options.force)
+            throw CodeError(message::alreadySigned);
+        result.replaced = Replaced::signature;
+    }
+
+    CodeToSign what;
+    what.identifier = identifierFor({}, path, false);
+    what.pageExponent = 0;
+    what.codeLimit = image.signedLength;
+    what.covered[Slot::diskImageTrailer] = image.coveredTrailer();
+    const MadeSignature made = makeSignature(m_signer, what, source);
+    image.writeSigned(path, made.blob);
+
+    result.code.identifier = what.identifier;
+    result.code.format = "disk image";
+    result.code.hash = made.bestHash;
+    result.code.hashes = made.shortHashes;
+    return result;
+}
+
+void removeSignature(const fs::path& path)
+{
+    if (!fs::is_directory(path)) {
+        const auto source = bytes::File::open(path, bytes::File::Mode::read);
+        if (const auto image = DiskImageCode::read(source)) {
+            image->writeSigned(path, {});
+            return;
+        }
+    }
+    const fs::path carrier = signatureCarrier(path);
+    if (signedStateOf(carrier) == SignedState::notSigned)
+        throw CodeError(message::notSigned);
+    PendingChanges pending;
+    removeSignatures(carrier, pending);
+    if (const auto layout = BundleLayout::of(path))
+        pending.remove(layout->sealFile.parent_path());
+    pending.commit();
+}
+
+} // namespace codesign
