@@ -1,0 +1,39 @@
+#pragma once
+
+#include "keychain/IdentityStore.h"
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace keychain {
+
+/// The rehearsal authority: issues signing identities and time stamps that have the form of the
+/// real ones, for hosts without either. All its certificates say that they are local, and a Mac
+/// trusts none of them. Its keys lie owner-only in `authority` beside the identities; they are made
+/// on first use, and the root is registered in the store.
+class LocalAuthority {
+public:
+    /// `store` is used only here. Throws std::system_error and CryptoError.
+    explicit LocalAuthority(IdentityStore& store);
+
+    /// A new identity "Developer ID Application: NAME (TEAM)" in `store`. Throws
+    /// std::invalid_argument for a name that is empty, too long or not plain text and for a team
+    /// identifier that is not ten characters of A-Z and 0-9.
+    Identity createIdentity(
+        IdentityStore& store, const std::string& name, const std::string& team) const;
+    /// Answers a time-stamp request (RFC 3161) in DER with the whole response, also a refusal.
+    std::vector<std::byte> timeStampResponse(std::span<const std::byte> request) const;
+
+    const Certificate& root() const { return m_root; }
+
+private:
+    Certificate m_root;
+    Certificate m_issuer;
+    PrivateKey m_issuerKey;
+    Certificate m_stamper;
+    PrivateKey m_stamperKey;
+};
+
+} // namespace keychain
