@@ -1,0 +1,46 @@
+#pragma once
+
+#include "codesign/CodeSubject.h"
+#include "codesign/ResourceSeal.h"
+#include "codesign/StaticCode.h"
+
+#include <filesystem>
+
+namespace codesign {
+
+/// Checks that signed code is what was signed: the signature itself, the code's pages, the
+/// information dictionary, the resources, nested code.
+class CodeVerifier {
+public:
+    struct Options {
+        bool deep = false; // nested code as thoroughly as the code that is named
+        bool strict = false; // also what a Mac refuses only when asked to be strict
+    };
+    struct Verdict {
+        bool meetsDesignated = true; // its own designated requirement
+        bool meetsTest = true; // the requirement that was asked for
+    };
+
+    /// Borrows `roots`.
+    explicit CodeVerifier(const keychain::TrustedRoots& roots)
+        : m_roots(roots)
+    { }
+
+    /// Throws CodeError with the first thing that does not hold, and std::system_error.
+    Verdict verify(const std::filesystem::path& path, const Options& options,
+        const Expression* test = nullptr) const;
+
+private:
+    void checkPart(const StaticCode& code, const StaticCode::Part& part, const plist::Value& info,
+        const std::vector<std::byte>& infoBytes, const Expression* test, Verdict& verdict,
+        bool pagesToo) const;
+    void checkSigner(
+        const StaticCode::Part& part, const std::optional<keychain::SignatureFacts>& signer) const;
+    void checkResources(const StaticCode& code, const Options& options) const;
+    bool nestedHolds(
+        const SealCandidate& candidate, const NestedCode& sealed, const Options& options) const;
+
+    const keychain::TrustedRoots& m_roots;
+};
+
+} // namespace codesign
