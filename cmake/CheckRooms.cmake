@@ -19,7 +19,7 @@ set(toolbox_applescript bytes hfsplus finder)
 set(toolbox_macho bytes)
 set(toolbox_keychain bytes)
 set(toolbox_codesign bytes keychain macfile macho plist udif)
-set(toolbox_tools bytes macfile hfsplus udif finder volumes applescript)
+set(toolbox_tools bytes macfile hfsplus udif finder volumes applescript codesign keychain)
 
 set(src_platform "")
 set(src_model platform)

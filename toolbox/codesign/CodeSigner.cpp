@@ -125,22 +125,28 @@ CodeSigner::Result CodeSigner::sign(const fs::path& path) const
         throw CodeError(message::alreadySigned);
     result.replaced = replacedState(state);
 
-    PendingChanges pending;
-    result.code = signItem(path, false, pending);
-    pending.commit();
+    // A dry run does everything but the last step, so that what it says is what would happen.
+    Run run;
+    result.code = signItem(path, false, run);
+    if (m_options.dryRun)
+        result.plan = std::move(run.done);
+    else
+        run.pending.commit();
     return result;
 }
 
-SignedCode CodeSigner::signItem(const fs::path& path, bool isNested, PendingChanges& pending) const
+SignedCode CodeSigner::signItem(const fs::path& path, bool isNested, Run& run) const
 {
-    if (const auto layout = BundleLayout::of(path))
-        return signBundle(*layout, isNested, pending);
-    if (fs::is_directory(path))
+    const auto layout = BundleLayout::of(path);
+    if (!layout && fs::is_directory(path))
         throw CodeError(message::unsuitableBundle);
-    return signTool(path, isNested, pending);
+    const SignedState before = signedStateOf(signatureCarrier(path));
+    SignedCode code = layout ? signBundle(*layout, isNested, run) : signTool(path, isNested, run);
+    run.done.push_back({path, code, before != SignedState::notSigned});
+    return code;
 }
 
-SignedCode CodeSigner::signTool(const fs::path& path, bool isNested, PendingChanges& pending) const
+SignedCode CodeSigner::signTool(const fs::path& path, bool isNested, Run& run) const
 {
     requireNoDetritus(path);
     MachOTarget target;
@@ -148,16 +154,16 @@ SignedCode CodeSigner::signTool(const fs::path& path, bool isNested, PendingChan
     target.identifier = identifierFor(identifierIn(info), path, isNested);
     if (!info.empty())
         target.covered[Slot::infoPlist] = info;
-    return signMachO(path, target, m_signer, pending);
+    return signMachO(path, target, m_signer, run.pending);
 }
 
-SignedCode CodeSigner::signNested(const fs::path& path, PendingChanges& pending) const
+SignedCode CodeSigner::signNested(const fs::path& path, Run& run) const
 {
     try {
         const SignedState state = signedStateOf(signatureCarrier(path));
         const bool isSigned = state == SignedState::isSigned || state == SignedState::broken;
         if (m_options.deep && (m_options.force || !isSigned))
-            return signItem(path, true, pending);
+            return signItem(path, true, run);
         if (!isSigned && state != SignedState::linkerSigned)
             throw CodeError(message::notSigned);
         return readSignedCode(path);
@@ -170,8 +176,7 @@ SignedCode CodeSigner::signNested(const fs::path& path, PendingChanges& pending)
     }
 }
 
-SignedCode CodeSigner::signBundle(
-    const BundleLayout& layout, bool isNested, PendingChanges& pending) const
+SignedCode CodeSigner::signBundle(const BundleLayout& layout, bool isNested, Run& run) const
 {
     if (!isCode(layout.executable))
         throw CodeError(message::unsuitableBundle);
@@ -179,9 +184,9 @@ SignedCode CodeSigner::signBundle(
     const auto source = bytes::File::open(layout.executable, bytes::File::Mode::read);
     const bool oldHashes = needsOldHashes(MachOFile::read(source));
 
-    const std::string seal = makeSeal(layout, oldHashes, pending.temporaryFiles(),
+    const std::string seal = makeSeal(layout, oldHashes, run.pending.temporaryFiles(),
         [&](const SealCandidate& candidate) -> NestedCode {
-            const SignedCode nested = signNested(candidate.location, pending);
+            const SignedCode nested = signNested(candidate.location, run);
             return {nested.hash, nested.requirement};
         });
 
@@ -189,20 +194,20 @@ SignedCode CodeSigner::signBundle(
     target.identifier = identifierFor(layout.identifier(), layout.root, isNested);
     target.covered[Slot::infoPlist] = contentOf(layout.infoFile);
     target.covered[Slot::resources] = bytesOf(seal);
-    SignedCode code = signMachO(layout.executable, target, m_signer, pending);
+    SignedCode code = signMachO(layout.executable, target, m_signer, run.pending);
     code.format =
         (layout.packageType() == "APPL" ? "app bundle with " : "bundle with ") + code.format;
 
-    pending.put(layout.sealFile, seal);
+    run.pending.put(layout.sealFile, seal);
     const fs::path folder = layout.sealFile.parent_path();
-    const std::set<fs::path> ours = pending.temporaryFiles();
+    const std::set<fs::path> ours = run.pending.temporaryFiles();
     for (const auto& entry : fs::directory_iterator(folder)) {
         if (entry.path() != layout.sealFile && !ours.contains(entry.path()))
-            pending.remove(entry.path());
+            run.pending.remove(entry.path());
     }
     // A ticket is for the old signature.
     if (const fs::path ticket = layout.sealRoot / "CodeResources"; fs::exists(ticket))
-        pending.remove(ticket);
+        run.pending.remove(ticket);
     return code;
 }
 
@@ -223,12 +228,15 @@ CodeSigner::Result CodeSigner::signImage(const fs::path& path) const
     what.codeLimit = image.signedLength;
     what.covered[Slot::diskImageTrailer] = image.coveredTrailer();
     const MadeSignature made = makeSignature(m_signer, what, source);
-    image.writeSigned(path, made.blob);
+    if (!m_options.dryRun)
+        image.writeSigned(path, made.blob);
 
     result.code.identifier = what.identifier;
     result.code.format = "disk image";
     result.code.hash = made.bestHash;
     result.code.hashes = made.shortHashes;
+    if (m_options.dryRun)
+        result.plan.push_back({path, result.code, !image.signature.empty()});
     return result;
 }
 

@@ -16,14 +16,23 @@ public:
     struct Options {
         bool force = false; // replace signatures that are there
         bool deep = false; // sign nested code too, inside out
+        bool dryRun = false; // only say what would be done
         std::optional<std::string> identifier; // of the code that is named, not of nested code
     };
 
     enum class Replaced { nothing, signature, brokenSignature };
 
+    /// One piece of code that a dry run would sign.
+    struct PlannedCode {
+        std::filesystem::path path;
+        SignedCode code;
+        bool replaces = false;
+    };
+
     struct Result {
         SignedCode code;
         Replaced replaced = Replaced::nothing;
+        std::vector<PlannedCode> plan; // of a dry run, inside out
     };
 
     CodeSigner(Signer signer, Options options)
@@ -35,12 +44,15 @@ public:
     Result sign(const std::filesystem::path& path) const;
 
 private:
-    SignedCode signItem(
-        const std::filesystem::path& path, bool isNested, PendingChanges& pending) const;
-    SignedCode signBundle(const BundleLayout& layout, bool isNested, PendingChanges& pending) const;
-    SignedCode signTool(
-        const std::filesystem::path& path, bool isNested, PendingChanges& pending) const;
-    SignedCode signNested(const std::filesystem::path& path, PendingChanges& pending) const;
+    struct Run {
+        PendingChanges pending;
+        std::vector<PlannedCode> done; // inside out
+    };
+
+    SignedCode signItem(const std::filesystem::path& path, bool isNested, Run& run) const;
+    SignedCode signBundle(const BundleLayout& layout, bool isNested, Run& run) const;
+    SignedCode signTool(const std::filesystem::path& path, bool isNested, Run& run) const;
+    SignedCode signNested(const std::filesystem::path& path, Run& run) const;
     Result signImage(const std::filesystem::path& path) const;
     std::string identifierFor(
         const std::string& fromInfo, const std::filesystem::path& path, bool isNested) const;

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace tools {
+
+/// What a call of `codesign` asks for. The tool's options have short and long forms, values behind
+/// '=' or in the next word, and letters that count.
+struct CodesignArguments {
+    enum class Mode { sign, verify, display, removeSignature };
+    enum class Stamp { asIdentityWants, wanted, refused };
+
+    /// Throws UsageError (see Arguments.h).
+    static CodesignArguments read(std::span<const std::string> words);
+
+    Mode mode = Mode::verify;
+    std::string identity;
+    bool force = false;
+    bool deep = false;
+    bool strict = false;
+    bool dryRun = false;
+    std::string flags; // as given to --options
+    Stamp stamp = Stamp::asIdentityWants;
+    std::string stampServer; // empty: the public one
+    std::string entitlements; // a file to sign with, or where to show them ("-")
+    bool showEntitlements = false;
+    bool showRequirements = false;
+    std::string identifier;
+    std::optional<std::string> testRequirement;
+    int verbosity = 0;
+    std::vector<std::string> paths;
+};
+
+} // namespace tools
