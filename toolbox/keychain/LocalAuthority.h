@@ -9,13 +9,16 @@
 
 namespace keychain {
 
+class PrivateFolder;
+
 /// The rehearsal authority: issues signing identities and time stamps that have the form of the
 /// real ones, for hosts without either. All its certificates say that they are local, and a Mac
 /// trusts none of them. Its keys lie owner-only in `authority` beside the identities; they are made
-/// on first use, and the root is registered in the store.
+/// on first use, and the root is registered in the store. The root's own key is not kept.
 class LocalAuthority {
 public:
-    /// `store` is used only here. Throws std::system_error and CryptoError.
+    /// `store` is used only here. Throws std::system_error, CryptoError, and bytes::FormatError for
+    /// an authority that was damaged.
     explicit LocalAuthority(IdentityStore& store);
 
     /// A new identity "Developer ID Application: NAME (TEAM)" in `store`. Throws
@@ -29,6 +32,8 @@ public:
     const Certificate& root() const { return m_root; }
 
 private:
+    explicit LocalAuthority(const PrivateFolder& files);
+
     Certificate m_root;
     Certificate m_issuer;
     PrivateKey m_issuerKey;

@@ -26,6 +26,11 @@ void require(int success, const char* what)
         throw CryptoError(what);
 }
 
+void forgetErrors()
+{
+    ERR_clear_error();
+}
+
 BioOwner readingFrom(std::span<const std::byte> data)
 {
     if (data.size() > INT32_MAX)

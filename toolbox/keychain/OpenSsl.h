@@ -52,11 +52,26 @@ Owner required(Owner object, const char* what)
     return object;
 }
 
+/// Empties the error queue after a failure that was expected.
+void forgetErrors();
+
 /// A source over bytes that must outlive it.
 BioOwner readingFrom(std::span<const std::byte> data);
 /// A growing sink, and what was written into it.
 BioOwner writingToMemory();
 std::vector<std::byte> writtenTo(BIO* sink);
+
+/// The object that `decode`, one of OpenSSL's d2i functions, finds at the start of `der`; null when
+/// there is none.
+template <typename Owner, typename Decode>
+Owner fromDer(std::span<const std::byte> der, Decode decode)
+{
+    const auto* raw = reinterpret_cast<const unsigned char*>(der.data());
+    Owner object(decode(nullptr, &raw, static_cast<long>(der.size())));
+    if (!object)
+        forgetErrors();
+    return object;
+}
 
 /// The DER form of any object that has an i2d function.
 template <typename Object, typename Encode>

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace keychain {
+
+/// A folder that nobody but its owner may enter, of small text files that nobody else may read.
+class PrivateFolder {
+public:
+    /// Makes it (not those above it), or closes it to others. Throws std::system_error when that
+    /// fails or it belongs to somebody else.
+    explicit PrivateFolder(std::filesystem::path path);
+
+    const std::filesystem::path& path() const { return m_path; }
+    bool has(const std::string& name) const;
+    /// Throws std::system_error for what can't be read, bytes::FormatError beyond a mebibyte.
+    std::string read(const std::string& name) const;
+    /// Whole or not at all; replaces what is there.
+    void write(const std::string& name, const std::string& text) const;
+    /// False when there is none.
+    bool remove(const std::string& name) const;
+    /// Of the files, sorted.
+    std::vector<std::string> names() const;
+
+private:
+    std::filesystem::path m_path;
+};
+
+} // namespace keychain
