@@ -17,7 +17,7 @@ public:
         bool force = false; // replace signatures that are there
         bool deep = false; // sign nested code too, inside out
         bool dryRun = false; // only say what would be done
-        std::optional<std::string> identifier; // of the code that is named, not of nested code
+        std::optional<std::string> identifier{}; // of the code that is named, not of nested code
     };
 
     enum class Replaced { nothing, signature, brokenSignature };

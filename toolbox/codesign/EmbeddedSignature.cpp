@@ -21,6 +21,7 @@ EmbeddedSignature EmbeddedSignature::read(std::span<const std::byte> raw, bool s
         throw bytes::FormatError("the signature has no code directory");
     for (uint32_t i = 0; i < mostAlternates; ++i)
         add(static_cast<uint32_t>(Slot::alternateCodeDirectories) + i);
+    signature.cms(); // throws when the wrapper is none
     return signature;
 }
 

@@ -1,0 +1,218 @@
+#include "codesign/CodeSigner.h"
+#include "SampleBundle.h"
+#include "bytes/FormatError.h"
+#include "codesign/CodeError.h"
+#include "codesign/CodeReport.h"
+#include "codesign/CodeVerifier.h"
+#include "codesign/SignedState.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+using namespace codesign;
+namespace fs = std::filesystem;
+
+CodeSigner::Result sign(const fs::path& path, CodeSigner::Options options)
+{
+    return CodeSigner(Signer{}, std::move(options)).sign(path);
+}
+
+/// The message that verification ends in; empty when all holds.
+std::string fault(const fs::path& path, CodeVerifier::Options options = {.deep = true})
+{
+    const keychain::TrustedRoots roots;
+    try {
+        CodeVerifier(roots).verify(path, options);
+        return {};
+    } catch (const CodeError& error) {
+        return error.what();
+    }
+}
+
+TEST(CodeSigner, AnAdHocBundleVerifiesAndEveryChangeIsNamed)
+{
+    const SampleBundle sample;
+    EXPECT_EQ(fault(sample.app()), message::notSigned);
+    sign(sample.app(), {.force = true, .deep = true});
+    ASSERT_EQ(fault(sample.app(), {.deep = true, .strict = true}), "");
+
+    struct Row {
+        const char* name;
+        std::function<void(const SampleBundle&)> change;
+        std::string message;
+    };
+    const std::string resource = "Contents/Resources/en.lproj/What's new.txt";
+    const Row rows[] = {
+        {"a byte of code", [](auto& s) { flip(s.executable(), 0x4000 + 0x1000); },
+            message::modified},
+        {"a byte of Info.plist", [](auto& s) { flip(s.app() / "Contents/Info.plist", 300); },
+            message::infoModified},
+        {"a byte of the seal", [](auto& s) { flip(s.seal(), 400); }, message::sealModified},
+        {"the seal is gone", [](auto& s) { fs::remove(s.seal()); }, message::sealMissing},
+        {"a resource", [](auto& s) { flip(s.app() / "Contents/Resources/HelloIcon.icns", 99); },
+            message::resourceModified},
+        {"a resource more", [](auto& s) { putContent(s.app() / "Contents/Resources/x", "x"); },
+            message::resourceModified},
+        {"a link that leads elsewhere",
+            [](auto& s) {
+                fs::remove(s.framework() / "Greeting");
+                fs::create_symlink("Versions/A/Greeting", s.framework() / "Greeting");
+            },
+            ""}, // outside the seal of a version; only the strict check minds
+        {"nested code",
+            [](auto& s) { flip(s.framework() / "Versions/A/Greeting", 0x4000 + 0x1000); },
+            message::modified},
+        {"a resource of nested code",
+            [](auto& s) { putContent(s.framework() / "Versions/A/Resources/x", "x"); },
+            message::resourceModified},
+        {"a translation may go", [&](auto& s) { fs::remove(s.app() / resource); }, ""},
+        {"but not change", [&](auto& s) { flip(s.app() / resource, 3); },
+            message::resourceModified},
+    };
+    for (const Row& row : rows) {
+        const SampleBundle damaged;
+        sign(damaged.app(), {.force = true, .deep = true});
+        row.change(damaged);
+        EXPECT_EQ(fault(damaged.app()), row.message) << row.name;
+    }
+}
+
+TEST(CodeSigner, StrictChecksFindWhatASealDoesNotCover)
+{
+    struct Row {
+        const char* name;
+        std::function<void(const SampleBundle&)> change;
+        std::string message;
+    };
+    const Row rows[] = {
+        {"a file beside Contents", [](auto& s) { putContent(s.app() / "junk", "x"); },
+            message::bundleRootContents},
+        {"a file beside Versions", [](auto& s) { putContent(s.framework() / "junk", "x"); },
+            message::frameworkRootContents},
+        {"bytes behind the last slice",
+            [](auto& s) { putContent(s.executable(), contentOf(s.executable()) + "0123456789"); },
+            ""}, // outside every slice: nothing loads them
+    };
+    for (const Row& row : rows) {
+        const SampleBundle sample;
+        sign(sample.app(), {.force = true, .deep = true});
+        row.change(sample);
+        EXPECT_EQ(fault(sample.app()), "") << row.name;
+        EXPECT_EQ(fault(sample.app(), {.deep = true, .strict = true}), row.message) << row.name;
+    }
+}
+
+TEST(CodeSigner, ReadsLinksAndModesTheSameAfterwards)
+{
+    const SampleBundle sample;
+    fs::permissions(sample.executable(), fs::perms(0755));
+    sign(sample.app(), {.force = true, .deep = true});
+    EXPECT_EQ(fs::status(sample.executable()).permissions(), fs::perms(0755));
+    EXPECT_EQ(fs::read_symlink(sample.framework() / "Versions/Current"), "A");
+    EXPECT_TRUE(fs::exists(sample.framework() / "Versions/A/_CodeSignature/CodeResources"));
+    EXPECT_FALSE(fs::exists(sample.framework() / "_CodeSignature"));
+}
+
+TEST(CodeSigner, SignsAgainOnlyWhenForced)
+{
+    const SampleBundle sample;
+    EXPECT_EQ(sign(sample.app(), {.deep = true}).replaced, CodeSigner::Replaced::signature)
+        << "what the linker signed is replaced without being asked";
+    EXPECT_THROW(sign(sample.app(), {.deep = true}), CodeError);
+    const auto again = sign(sample.app(), {.force = true, .deep = true});
+    EXPECT_EQ(again.replaced, CodeSigner::Replaced::signature);
+    EXPECT_EQ(fault(sample.app()), "");
+}
+
+TEST(CodeSigner, AFailureLeavesEverythingAsItWas)
+{
+    struct Row {
+        const char* name;
+        std::function<void(const SampleBundle&)> prepare;
+        CodeSigner::Options options;
+    };
+    const Row rows[] = {
+        {"nested code that isn't signed",
+            [](auto& s) { removeSignature(s.framework() / "Versions/A/Greeting"); },
+            {.force = true}},
+        {"a socket among the resources",
+            [](auto& s) {
+                ASSERT_EQ(::mkfifo((s.app() / "Contents/Resources/pipe").c_str(), 0600), 0);
+            },
+            {.force = true, .deep = true}},
+        {"a nested file that is no sound Mach-O",
+            [](auto& s) {
+                putContent(
+                    s.app() / "Contents/MacOS/broken", std::string("\xCF\xFA\xED\xFE") + "x");
+                putContent(s.app() / "Contents/MacOS/broken2",
+                    std::string("\xCF\xFA\xED\xFE", 4) + std::string(60, '\xFF'));
+            },
+            {.force = true, .deep = true}},
+        {"Finder information on a sealed file",
+            [](auto& s) {
+                const std::string value(32, 'x');
+                ::setxattr((s.app() / "Contents/Resources/HelloIcon.icns").c_str(),
+                    "user.com.apple.FinderInfo", value.data(), value.size(), 0);
+            },
+            {.force = true, .deep = true}},
+    };
+    for (const Row& row : rows) {
+        const SampleBundle sample;
+        row.prepare(sample);
+        const std::string before = sample.fingerprint();
+        EXPECT_ANY_THROW(sign(sample.app(), row.options)) << row.name;
+        EXPECT_EQ(sample.fingerprint(), before) << row.name;
+    }
+}
+
+TEST(CodeSigner, ADryRunNamesTheCodeInsideOutAndTouchesNothing)
+{
+    const SampleBundle sample;
+    const std::string before = sample.fingerprint();
+    const auto result = sign(sample.app(), {.force = true, .deep = true, .dryRun = true});
+    ASSERT_EQ(result.plan.size(), 2U);
+    EXPECT_EQ(result.plan[0].code.identifier, "com.vandordmg.samples.greeting");
+    EXPECT_EQ(result.plan[1].code.identifier, "com.vandordmg.samples.hello");
+    EXPECT_EQ(result.plan[1].code.format, "app bundle with Mach-O universal (x86_64 arm64)");
+    EXPECT_EQ(sample.fingerprint(), before);
+}
+
+TEST(CodeSigner, TakesASignatureAwayAgain)
+{
+    const SampleBundle sample;
+    removeSignature(sample.executable());
+    const std::string bare = contentOf(sample.executable());
+    EXPECT_EQ(signedStateOf(sample.executable()), SignedState::notSigned);
+    sign(sample.executable(), {});
+    removeSignature(sample.executable());
+    EXPECT_EQ(contentOf(sample.executable()).size(), bare.size());
+    EXPECT_THROW(removeSignature(sample.executable()), CodeError);
+}
+
+TEST(CodeReport, NamesWhatIsInTheSignature)
+{
+    const SampleBundle sample;
+    sign(sample.app(), {.force = true, .deep = true});
+    const auto lines = reportOn(StaticCode::read(sample.app()), {}, 4);
+    const auto has = [&](const std::string& line) {
+        return std::ranges::find(lines, line) != lines.end();
+    };
+    EXPECT_TRUE(has("Executable=" + sample.executable().string()));
+    EXPECT_TRUE(has("Identifier=com.vandordmg.samples.hello"));
+    EXPECT_TRUE(has("Format=app bundle with Mach-O universal (x86_64 arm64)"));
+    EXPECT_TRUE(has("Signature=adhoc"));
+    EXPECT_TRUE(has("Info.plist entries=11")) << testing::PrintToString(lines);
+    EXPECT_TRUE(has("TeamIdentifier=not set"));
+    EXPECT_TRUE(has("Internal requirements count=0 size=12"));
+    EXPECT_EQ(reportOn(StaticCode::read(sample.app()), {}, 0).size(), 1U);
+}
+
+} // namespace
