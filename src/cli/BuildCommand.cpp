@@ -3,6 +3,7 @@
 #include "cli/BuildOptions.h"
 #include "cli/BuildRun.h"
 #include "cli/FailureAdvice.h"
+#include "cli/StagedOutput.h"
 #include "cli/UsageError.h"
 #include "model/SettingsManager.h"
 #include "platform/Clock.h"
@@ -28,9 +29,14 @@ int runBuildCommand(const BuildOptions& options, const CommandHost& host)
         host.silenceTools();
 
     try {
-        return BuildRun(job, host, report).exec();
+        BuildRun run(job, host, report);
+        if (!options.verbose)
+            run.hideToolOutput();
+        return run.exec();
     } catch (const PlatformError& error) {
-        const FailureAdvice& advice = adviceFor(BuildStep::prepareWorkspace);
+        const bool isOutputs = StagedOutput::isStagingFolder(error.path());
+        const FailureAdvice& advice =
+            adviceFor(isOutputs ? BuildStep::setFileIcon : BuildStep::prepareWorkspace);
         report.failed(
             {advice.name.toString(), QString(), error.description(), advice.remedy.toString()});
         return ExitStatus::failed;

@@ -17,7 +17,8 @@ namespace {
 
 constexpr double smallestWindow = 100; // points, each way
 constexpr double largestWindow = 10'000;
-constexpr qsizetype longestVolumeName = 255; // UTF-16 units, as HFS+ has them
+constexpr qsizetype longestVolumeName = 255; // decomposed UTF-16 units, as HFS+ has them
+constexpr qsizetype longestFileName = 255; // bytes
 
 struct LayoutName {
     const char* name;
@@ -32,9 +33,13 @@ constexpr LayoutName layoutNames[] = {
 const QStringList writableFormats{u"UDZO"_s, u"UDBZ"_s, u"UDRO"_s, u"UDRW"_s};
 const QStringList comingFormats{u"ULFO"_s, u"ULMO"_s};
 
+/// Bytes that are no UTF-8 have been lost by now; the path would be another than the one meant.
 QString path(const std::string& typed)
 {
-    return QDir::cleanPath(QDir::current().absoluteFilePath(QFile::decodeName(typed.c_str())));
+    const QString text = QString::fromStdString(typed);
+    if (text.contains(QChar::ReplacementCharacter))
+        throw UsageError(u"the path “%1” is not UTF-8 text"_s.arg(text));
+    return QDir::cleanPath(QDir::current().absoluteFilePath(text));
 }
 
 /// Two numbers with `separator` between them, each from `least` to `most`.
@@ -86,8 +91,11 @@ void checkVolumeName(const QString& name)
         u"[:\\x{0}\\n\\r\\x0B\\f\\x{85}\\x{2028}\\x{2029}]"_s);
     if (name.isEmpty())
         throw UsageError(u"the volume name is empty"_s);
-    if (name.size() > longestVolumeName)
-        throw UsageError(u"the volume name is longer than 255 UTF-16 units"_s);
+    if (name.normalized(QString::NormalizationForm_D).size() > longestVolumeName)
+        throw UsageError(
+            u"the volume name is longer than 255 UTF-16 units, accents counted on their own"_s);
+    if (name.back().isSpace())
+        throw UsageError(u"the volume name “%1” ends with a blank"_s.arg(name));
     if (name == "."_L1 || name == ".."_L1 || forbidden.match(name).hasMatch())
         throw UsageError(u"a volume can't be named “%1”"_s.arg(name));
 }
@@ -113,7 +121,9 @@ QString expandedTilde(const QString& folder)
 QString proposedOutput(const DMGConfig& job, const SettingsManager& settings, const QDateTime& now)
 {
     const QDir folder(expandedTilde(settings.defaultOutputDirectory()));
-    const QString name = proposedOutputName(settings.namingTemplate(), job, now);
+    // A version may have a slash, and shall not lead into another folder.
+    const QString name =
+        proposedOutputName(settings.namingTemplate(), job, now).replace(u'/', u'-');
     return QDir::cleanPath(QDir::current().absoluteFilePath(folder.filePath(name)));
 }
 
@@ -123,6 +133,8 @@ void checkOutput(const QString& output, const DMGConfig& job)
     const QFileInfo folder(file.path());
     if (!output.endsWith(".dmg"_L1))
         throw UsageError(u"the output “%1” doesn't end in .dmg"_s.arg(output));
+    if (QFile::encodeName(file.fileName()).size() > longestFileName)
+        throw UsageError(u"the output's name is longer than 255 bytes"_s);
     if (!folder.isDir())
         throw UsageError(u"the folder “%1” for the output doesn't exist"_s.arg(folder.filePath()));
     if (!folder.isWritable())
@@ -147,20 +159,29 @@ void BuildOptions::addTo(CLI::App& command)
                          const char* names, auto& value, const char* type, const char* text) {
         return command.add_option(names, value, text)->type_name(type);
     };
+    const auto range = [](int least, int most) {
+        return CLI::Range(least, most).description(""); // the option's own text has it in words
+    };
+    command.get_formatter()->column_width(32);
+    command.get_formatter()->label("REQUIRED", "");
     add("APP", application, "", "The application bundle")->required();
-    add("-o,--output", output, "PATH", "The image to write (default: as the settings say)");
+    add("-o,--output", output, "PATH", "The image to write; without it, as the settings say");
     add("--volume-name", volumeName, "NAME", "Name of the volume and of its window");
     add("--background", background, "PATH", "Picture behind the icons");
     add("--layout", layout, "NAME", "centered, classic or custom");
     add("--window", window, "WxH", "Size of the window's content, in points");
-    add("--app-position", appPosition, "X,Y", "Place of the application's icon");
+    add("--app-position", appPosition, "X,Y", "Place of the application's icon, in points");
     add("--applications-position", applicationsPosition, "X,Y", "Place of the Applications link");
-    add("--icon-size", iconSize, "POINTS", "Size of the icons")->check(CLI::Range(16, 512));
-    add("--text-size", textSize, "POINTS", "Size of the icons' names")->check(CLI::Range(10, 16));
+    add("--icon-size", iconSize, "POINTS", "Size of the icons, 16 to 512")->check(range(16, 512));
+    add("--text-size", textSize, "POINTS", "Size of the icons' names, 10 to 16")
+        ->check(range(10, 16));
     const std::string formats = writableFormats.join(u", "_s).toStdString();
     add("--format", format, "CODE", ("Format of the image: " + formats).c_str());
     command.add_flag("--json", json, "Write events and the result as JSON, one object a line");
-    command.add_flag("--quiet", quiet, "Write the result and failures only");
+    CLI::Option* const less =
+        command.add_flag("--quiet", quiet, "Write the result and failures only");
+    command.add_flag("--verbose", verbose, "Write what the tools say of their progress, too")
+        ->excludes(less);
 }
 
 DMGConfig BuildOptions::job(const SettingsManager& settings, const QDateTime& now) const

@@ -28,6 +28,7 @@ struct BuildOptions {
     std::optional<std::string> format;
     bool json = false;
     bool quiet = false;
+    bool verbose = false;
 
     /// Adds the options to `command`; parsing writes into this object, which stays where it is.
     void addTo(CLI::App& command);

@@ -77,11 +77,13 @@ QCoro::Task<> BuildRun::finish()
 int BuildRun::report()
 {
     const BuildStatus status = m_manager.status();
-    if (status.which == BuildStatus::Case::cancelled) {
+    const bool hasFailed = status.which == BuildStatus::Case::failed;
+    if (status.which == BuildStatus::Case::cancelled
+        || (hasFailed && m_interruption.isRequested())) {
         m_report.interrupted();
         return ExitStatus::interrupted;
     }
-    if (status.which == BuildStatus::Case::failed)
+    if (hasFailed)
         return reportFailure(m_step, status.text);
     try {
         m_output.place();
@@ -100,11 +102,18 @@ int BuildRun::reportFailure(BuildStep step, const QString& said)
     const FailureAdvice& advice = adviceFor(step);
     QString text = said;
     text.replace(m_output.path(), m_output.target());
-    const QString tool = advice.tool.toString();
-    const bool isMissing = !tool.isEmpty() && !QFileInfo(m_root.toolPath(tool)).isExecutable();
-    const QString remedy = isMissing
+    // That nothing ejected the volume comes to light when its image is converted.
+    const QStringView ejector = adviceFor(BuildStep::unmount).tool;
+    const bool isUnejected = step == BuildStep::compress && isMissing(ejector);
+    const QStringView tool = isUnejected ? ejector : advice.tool;
+    const QString remedy = isMissing(tool)
         ? u"Install this program again: the tool that came with it is missing."_s
         : advice.remedy.toString();
-    m_report.failed({advice.name.toString(), tool, text, remedy});
+    m_report.failed({advice.name.toString(), tool.toString(), text, remedy});
     return ExitStatus::failed;
+}
+
+bool BuildRun::isMissing(QStringView tool) const
+{
+    return !tool.isEmpty() && !QFileInfo(m_root.toolPath(tool.toString())).isExecutable();
 }

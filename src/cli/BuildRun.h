@@ -23,6 +23,8 @@ public:
     /// is no place to work.
     BuildRun(const DMGConfig& job, const CommandHost& host, BuildReport& report);
 
+    /// Keeps what the tools say of their progress from the person who watches.
+    void hideToolOutput() { m_tools.hideOutput(); }
     /// Runs the main loop; returns the exit status.
     int exec();
 
@@ -33,11 +35,13 @@ private:
     QCoro::Task<> finish();
     int report();
     int reportFailure(BuildStep step, const QString& said);
+    bool isMissing(QStringView tool) const;
 
     DMGConfig m_job;
     const CommandHost& m_host;
     BuildReport& m_report;
     QElapsedTimer m_time;
+    Interruption m_interruption; // before there is anything that it must not leave behind
     SessionFolder m_session;
     StagedOutput m_output;
     SystemRoot m_root;
@@ -47,7 +51,6 @@ private:
     StagedIcons m_icons;
     std::shared_ptr<std::atomic<bool>> m_stopCopies = std::make_shared<std::atomic<bool>>(false);
     BuildManager m_manager;
-    Interruption m_interruption;
     QCoro::Task<> m_sweep;
     BuildStep m_step = BuildStep::freeVolumeName;
 };

@@ -21,6 +21,8 @@ struct CommandHost {
     QIODevice& messages; // what a person reads meanwhile
     /// From now on the tools' own output goes nowhere.
     std::function<void()> silenceTools;
+    /// The tools with the user's own state: the keychain is there.
+    std::function<SystemRoot()> rootOfUser = &SystemRoot::host;
 };
 
 /// The program's exit statuses.

@@ -15,10 +15,12 @@ constexpr std::array watched{SIGINT, SIGTERM, SIGHUP};
 // A handler may do next to nothing but write; the main loop reads the other end.
 std::array<int, 2> pipeEnds{-1, -1};
 std::array<struct sigaction, watched.size()> previous{};
+volatile std::sig_atomic_t hasCome = 0;
 
 void passOn(int)
 {
     const int savedError = errno;
+    hasCome = 1;
     const char byte = 0;
     [[maybe_unused]] const ssize_t written = ::write(pipeEnds[1], &byte, 1);
     errno = savedError;
@@ -28,6 +30,7 @@ void passOn(int)
 
 Interruption::Interruption()
 {
+    hasCome = 0;
     if (::pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         return; // the signals keep their usual meaning
     auto* const notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
@@ -45,6 +48,11 @@ Interruption::Interruption()
         if (previous[i].sa_handler != SIG_IGN)
             ::sigaction(watched[i], &action, nullptr);
     }
+}
+
+bool Interruption::isRequested() const
+{
+    return hasCome != 0;
 }
 
 Interruption::~Interruption()

@@ -11,6 +11,10 @@ public:
     Interruption();
     ~Interruption() override;
 
+    /// True from the moment of the signal on, before `requested` has come through the main loop. A
+    /// terminal sends the signal to the tools, too, and a tool's end may be heard of first.
+    bool isRequested() const;
+
 signals:
     /// Once or more: a user may press the keys again.
     void requested();

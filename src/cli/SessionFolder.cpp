@@ -141,7 +141,7 @@ QCoro::Task<> SessionFolder::sweepLeftovers(QString temporaryFolder)
     for (const Leftover& leftover : leftovers) {
         try {
             const QString outside = QFile::symLinkTarget(leftover.path + sweptLinkName);
-            if (StagedOutput::isStagingFolder(outside))
+            if (StagedOutput::isStagingFolder(outside) && FileOperations::exists(outside))
                 co_await FileOperations::removeTree(outside);
             co_await FileOperations::removeTree(leftover.path);
         } catch (const PlatformError&) {

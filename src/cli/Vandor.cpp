@@ -3,6 +3,8 @@
 #include "cli/BuildCommand.h"
 #include "cli/BuildOptions.h"
 #include "cli/CommandHost.h"
+#include "cli/IdentitiesCommand.h"
+#include "cli/SignCommand.h"
 
 #include <CLI/CLI.hpp>
 #include <QIODevice>
@@ -17,6 +19,13 @@ int runVandor(const QStringList& arguments, const CommandHost& host)
     BuildOptions buildOptions;
     CLI::App* const build = program.add_subcommand("build", "Make a disk image of an application");
     buildOptions.addTo(*build);
+    IdentitiesOptions identitiesOptions;
+    CLI::App* const identities =
+        program.add_subcommand("identities", "List the identities that can sign");
+    identitiesOptions.addTo(*identities);
+    SignOptions signOptions;
+    CLI::App* const sign = program.add_subcommand("sign", "Sign an application or a disk image");
+    signOptions.addTo(*sign);
 
     // The parser takes them from the back.
     std::vector<std::string> words;
@@ -32,5 +41,9 @@ int runVandor(const QStringList& arguments, const CommandHost& host)
         host.messages.write(messages.str().c_str());
         return isHelp ? ExitStatus::done : ExitStatus::misused;
     }
+    if (identities->parsed())
+        return runIdentitiesCommand(identitiesOptions, host);
+    if (sign->parsed())
+        return runSignCommand(signOptions, host);
     return runBuildCommand(buildOptions, host);
 }

@@ -70,12 +70,15 @@ void SigningManager::finishScan(const ToolOutcome& outcome)
 {
     if (outcome.launchError) {
         append(imageLog, u"Error fetching identities: "_s + *outcome.launchError + u'\n');
+        emit scanFailed(*outcome.launchError);
     } else if (const std::optional<QString> text = textFromUtf8(outcome.output)) {
         publish(m_identities, identitiesIn(*text), &SigningManager::identitiesChanged);
         restoreSelection();
         append(imageLog,
             m_identities.isEmpty() ? u"No valid signing identities found.\n"_s
                                    : u"Found %1 identities.\n"_s.arg(m_identities.size()));
+    } else {
+        emit scanFailed(u"The list of identities is not UTF-8 text."_s);
     }
     publish(m_isScanning, false, &SigningManager::isScanningChanged);
 }

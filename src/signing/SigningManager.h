@@ -79,6 +79,8 @@ signals:
     void appSigningLogsChanged();
     void isAppSigningChanged();
     void selectedIdentityChanged();
+    /// The tool that lists the identities could not be run or read; `reason` is for the user.
+    void scanFailed(const QString& reason);
     /// The text that was just added to `logs` or to `appSigningLogs`.
     void messageLogged(const QString& text);
 

@@ -1,0 +1,199 @@
+#include "cli/SignCommand.h"
+
+#include "cli/CommandReport.h"
+#include "cli/IdentityChoice.h"
+#include "cli/SigningSession.h"
+#include "cli/UsageError.h"
+
+#include <CLI/CLI.hpp>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString security = u"/usr/bin/security"_s;
+const QString codesign = u"/usr/bin/codesign"_s;
+const QString shell = u"/bin/zsh"_s;
+const QString reinstall = u"Install this program again: the tool that came with it is missing."_s;
+
+/// One run of the command. Made for one subject; borrows the report.
+class SignRun {
+public:
+    SignRun(const SignOptions& options, const CommandHost& host, CommandReport& report)
+        : m_options(options)
+        , m_subject(options.subject())
+        , m_report(report)
+        , m_session(host)
+    {
+        QObject::connect(&m_session.manager(), &SigningManager::messageLogged, &m_session,
+            [this](const QString& text) { follow(text); });
+    }
+
+    int exec()
+    {
+        return m_session.exec([this] { return sign(); });
+    }
+
+private:
+    bool isImage() const { return m_subject.kind == SignOptions::Kind::image; }
+    QString path() const { return m_subject.location.toLocalFile(); }
+    QString what() const
+    {
+        return isImage() ? u"the image was not signed"_s : u"the application was not signed"_s;
+    }
+
+    QCoro::Task<int> sign();
+    QCoro::Task<std::optional<ShellError>> signWith(SigningIdentity identity);
+    void follow(const QString& text);
+    int reportNoIdentity(const std::optional<QString>& failure);
+    int reportFailure(const ShellError& error);
+    int reportSuccess(const SigningIdentity& identity);
+
+    const SignOptions& m_options;
+    SignOptions::Subject m_subject;
+    CommandReport& m_report;
+    SigningSession m_session;
+    QStringList m_complaints; // what the signing tool said on standard error
+};
+
+QCoro::Task<int> SignRun::sign()
+{
+    const std::optional<QString> scanFailure = co_await m_session.scan();
+    const SigningManager& manager = m_session.manager();
+    if (!m_session.isInterrupted() && manager.identities().isEmpty())
+        co_return reportNoIdentity(scanFailure);
+
+    std::optional<ShellError> failure;
+    SigningIdentity identity;
+    if (!m_session.isInterrupted()) {
+        std::optional<QString> asked;
+        if (m_options.identity)
+            asked = QString::fromStdString(*m_options.identity);
+        try {
+            identity = chosenIdentity(manager.identities(), asked, manager.selectedIdentity());
+        } catch (const UsageError& error) {
+            m_report.misused(QString::fromUtf8(error.what()));
+            co_return ExitStatus::misused;
+        }
+        failure = co_await signWith(identity);
+    }
+    if (m_session.isInterrupted()) {
+        m_report.interrupted(u"“%1” may be signed or not."_s.arg(path()));
+        co_return ExitStatus::interrupted;
+    }
+    co_return failure ? reportFailure(*failure) : reportSuccess(identity);
+}
+
+QCoro::Task<std::optional<ShellError>> SignRun::signWith(SigningIdentity identity)
+{
+    std::optional<ShellError> failure;
+    if (!isImage()) {
+        failure = co_await m_session.manager().signApp(m_subject.location, identity);
+        co_return failure;
+    }
+    try {
+        co_await m_session.manager().signDMG(m_subject.location, identity);
+    } catch (const ShellError& error) {
+        failure = error;
+    }
+    co_return failure;
+}
+
+void SignRun::follow(const QString& text)
+{
+    constexpr auto errorMark = "[ERR] "_L1;
+    QString message = text.trimmed();
+    if (message.startsWith(errorMark)) {
+        message.remove(0, errorMark.size()); // the tool writes all that it has to say there
+        m_complaints += message;
+    }
+    // The log's own words on a failure; the report has better ones.
+    if (!message.isEmpty() && !message.startsWith(u'❌'))
+        m_report.progress(message);
+}
+
+int SignRun::reportNoIdentity(const std::optional<QString>& failure)
+{
+    m_report.failed({what(), u"finding an identity"_s, security,
+        failure.value_or(u"There is no valid identity for signing code."_s),
+        m_session.hasTool(security)
+            ? u"Import a Developer ID Application certificate together with its private key."_s
+            : reinstall});
+    return ExitStatus::failed;
+}
+
+int SignRun::reportFailure(const ShellError& error)
+{
+    const bool hasShell = m_session.hasTool(shell);
+    const bool isMissing = !hasShell || !m_session.hasTool(codesign);
+    m_complaints += error.description();
+    m_report.failed({what(), u"signing"_s, hasShell ? codesign : shell, m_complaints.join(u'\n'),
+        isMissing ? reinstall
+                  : u"See that “%1” can be written to, and that “vandor identities” lists the "
+                    u"identity."_s.arg(path())});
+    return ExitStatus::failed;
+}
+
+int SignRun::reportSuccess(const SigningIdentity& identity)
+{
+    QJsonObject fields{{u"path"_s, path()}, {u"kind"_s, isImage() ? u"image"_s : u"application"_s},
+        {u"identity"_s, QJsonObject{{u"sha1"_s, identity.sha1}, {u"name"_s, identity.name}}}};
+    const AppSignatureStatus& status = m_session.manager().appSignatureStatus();
+    if (status.which == AppSignatureStatus::Case::signedBy)
+        fields[u"authority"_s] = status.text;
+    m_report.finished(path(), fields);
+    return ExitStatus::done;
+}
+
+} // namespace
+
+void SignOptions::addTo(CLI::App& command)
+{
+    command.add_option("PATH", path, "The application bundle or the disk image")
+        ->required()
+        ->type_name("");
+    command
+        .add_option("--identity", identity,
+            "The identity to sign with: its fingerprint, its name or a part of that "
+            "(default: the remembered one or the only one)")
+        ->type_name("SHA1|NAME");
+    command.add_flag("--json", json, "Write events and the result as JSON, one object a line");
+    command.add_flag("--quiet", quiet, "Write the result and failures only");
+}
+
+SignOptions::Subject SignOptions::subject() const
+{
+    const QString typed =
+        QDir::cleanPath(QDir::current().absoluteFilePath(QFile::decodeName(path.c_str())));
+    QFileInfo file(typed);
+    // What a link leads to is signed, under its own name.
+    if (file.isSymLink())
+        file.setFile(file.canonicalFilePath());
+    if (!file.exists())
+        throw UsageError(u"there is nothing at “%1”"_s.arg(typed));
+    const QUrl location = QUrl::fromLocalFile(file.filePath());
+    if (file.isDir() && file.suffix() == "app"_L1)
+        return {Kind::application, location};
+    if (file.isFile() && file.suffix() == "dmg"_L1)
+        return {Kind::image, location};
+    throw UsageError(u"“%1” is neither an application, a folder whose name ends in .app, nor a "
+                     u"disk image, a file whose name ends in .dmg"_s.arg(file.filePath()));
+}
+
+int runSignCommand(const SignOptions& options, const CommandHost& host)
+{
+    CommandReport report(host.results, host.messages, {u"sign"_s, options.json, options.quiet});
+    try {
+        SignRun run(options, host, report);
+        if (options.quiet)
+            host.silenceTools();
+        return run.exec();
+    } catch (const UsageError& error) {
+        report.misused(QString::fromUtf8(error.what()));
+        return ExitStatus::misused;
+    }
+}

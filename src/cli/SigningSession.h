@@ -1,0 +1,38 @@
+#pragma once
+
+#include "cli/CommandHost.h"
+#include "cli/Interruption.h"
+#include "platform/HostToolRunner.h"
+#include "process/ShellRunner.h"
+#include "signing/SigningManager.h"
+
+#include <functional>
+#include <optional>
+
+/// What the commands around signing share: a manager over the user's own keychain, and an end when
+/// the user interrupts.
+class SigningSession : public QObject {
+    Q_OBJECT
+public:
+    explicit SigningSession(const CommandHost& host);
+
+    SigningManager& manager() { return m_manager; }
+    /// Whether the program that stands for the Mac's tool is there.
+    bool hasTool(const QString& macPath) const;
+    bool isInterrupted() const { return m_isInterrupted; }
+
+    /// Runs the main loop until `command` has ended; returns the exit status that it gives.
+    int exec(std::function<QCoro::Task<int>()> command);
+    /// Scans for identities to the end. Gives why the scan failed, nothing when it didn't.
+    QCoro::Task<std::optional<QString>> scan();
+
+private:
+    void interrupt();
+
+    SystemRoot m_root;
+    HostToolRunner m_tools;
+    ShellRunner m_shell;
+    SigningManager m_manager;
+    Interruption m_interruption;
+    bool m_isInterrupted = false;
+};
