@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// Answers HTTP requests on this host until it is destroyed, each with what a function says.
+class HttpServer {
+public:
+    struct Request {
+        std::string head;
+        std::vector<std::byte> body;
+    };
+    using Answer = std::function<std::vector<std::byte>(const Request&)>;
+
+    explicit HttpServer(Answer answer);
+    ~HttpServer();
+    HttpServer(const HttpServer&) = delete;
+    HttpServer& operator=(const HttpServer&) = delete;
+
+    std::string url(const std::string& path) const;
+
+private:
+    void serve() const;
+    void serveOne(int connection) const;
+
+    Answer m_answer;
+    int m_listener = -1;
+    int m_port = 0;
+    std::thread m_thread;
+};
