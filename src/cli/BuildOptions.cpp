@@ -178,14 +178,14 @@ void BuildOptions::addTo(CLI::App& command)
     const std::string formats = writableFormats.join(u", "_s).toStdString();
     add("--format", format, "CODE", ("Format of the image: " + formats).c_str());
     command.add_flag("--json", json, "Write events and the result as JSON, one object a line");
-    CLI::Option* const less =
-        command.add_flag("--quiet", quiet, "Write the result and failures only");
-    command.add_flag("--verbose", verbose, "Write what the tools say of their progress, too")
-        ->excludes(less);
+    command.add_flag("--quiet", quiet, "Write the result and failures only");
+    command.add_flag("--verbose", verbose, "Write what the tools say of their progress, too");
 }
 
 DMGConfig BuildOptions::job(const SettingsManager& settings, const QDateTime& now) const
 {
+    if (quiet && verbose)
+        throw UsageError(u"--quiet and --verbose exclude each other"_s);
     DMGConfig job = DMGConfig::newJob(settings);
     job.appURL = applicationAt(application);
     if (volumeName)

@@ -51,7 +51,7 @@ int runIdentitiesCommand(const IdentitiesOptions& options, const CommandHost& ho
 {
     CommandReport report(host.results, host.messages, {u"identities"_s, options.json});
     SigningSession session(host);
-    QObject::connect(&session.manager(), &SigningManager::messageLogged, &session,
-        [&report](const QString& text) { report.progress(text.trimmed()); });
+    QObject::connect(&session, &SigningSession::progressed, &session,
+        [&report](const QString& message) { report.progress(message); });
     return session.exec([&] { return list(session, report); });
 }

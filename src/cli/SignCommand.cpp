@@ -29,8 +29,8 @@ public:
         , m_report(report)
         , m_session(host)
     {
-        QObject::connect(&m_session.manager(), &SigningManager::messageLogged, &m_session,
-            [this](const QString& text) { follow(text); });
+        QObject::connect(&m_session, &SigningSession::progressed, &m_session,
+            [this](const QString& message) { follow(message); });
     }
 
     int exec()
@@ -48,7 +48,7 @@ private:
 
     QCoro::Task<int> sign();
     QCoro::Task<std::optional<ShellError>> signWith(SigningIdentity identity);
-    void follow(const QString& text);
+    void follow(QString message);
     int reportNoIdentity(const std::optional<QString>& failure);
     int reportFailure(const ShellError& error);
     int reportSuccess(const SigningIdentity& identity);
@@ -103,17 +103,14 @@ QCoro::Task<std::optional<ShellError>> SignRun::signWith(SigningIdentity identit
     co_return failure;
 }
 
-void SignRun::follow(const QString& text)
+void SignRun::follow(QString message)
 {
     constexpr auto errorMark = "[ERR] "_L1;
-    QString message = text.trimmed();
     if (message.startsWith(errorMark)) {
         message.remove(0, errorMark.size()); // the tool writes all that it has to say there
         m_complaints += message;
     }
-    // The log's own words on a failure; the report has better ones.
-    if (!message.isEmpty() && !message.startsWith(u'❌'))
-        m_report.progress(message);
+    m_report.progress(message);
 }
 
 int SignRun::reportNoIdentity(const std::optional<QString>& failure)

@@ -8,6 +8,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QCoro::Task<> exitWith(QCoro::Task<int> command)
@@ -30,6 +32,7 @@ SigningSession::SigningSession(const CommandHost& host)
     , m_manager(SigningHost{m_tools, m_shell, host.defaults})
 {
     connect(&m_interruption, &Interruption::requested, this, &SigningSession::interrupt);
+    connect(&m_manager, &SigningManager::messageLogged, this, &SigningSession::follow);
 }
 
 bool SigningSession::hasTool(const QString& macPath) const
@@ -54,6 +57,14 @@ QCoro::Task<std::optional<QString>> SigningSession::scan()
         co_await qCoro(&m_manager, &SigningManager::isScanningChanged);
     disconnect(failing);
     co_return failure;
+}
+
+void SigningSession::follow(const QString& text)
+{
+    const QString message = text.trimmed();
+    if (!message.isEmpty() && !message.startsWith(u'❌')
+        && !message.startsWith("Error fetching identities: "_L1))
+        emit progressed(message);
 }
 
 void SigningSession::interrupt()

@@ -26,7 +26,13 @@ public:
     /// Scans for identities to the end. Gives why the scan failed, nothing when it didn't.
     QCoro::Task<std::optional<QString>> scan();
 
+signals:
+    /// What the manager logged, without the line ends around it and the log's own words on a
+    /// failure, for which a report has better ones.
+    void progressed(const QString& message);
+
 private:
+    void follow(const QString& text);
     void interrupt();
 
     SystemRoot m_root;

@@ -13,6 +13,9 @@ class KeychainProbe;
 class KeychainManager : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool hasKeychainAccess READ hasKeychainAccess NOTIFY hasKeychainAccessChanged)
+    Q_PROPERTY(
+        std::optional<QString> signingIdentity READ signingIdentity NOTIFY signingIdentityChanged)
+    Q_PROPERTY(std::optional<QString> lastError READ lastError NOTIFY lastErrorChanged)
 
 public:
     /// `probe` outlives this object and every check.

@@ -22,12 +22,17 @@ struct ToolOutcome;
 /// An operation goes on to its end when the manager is gone; nobody hears of it then.
 class SigningManager : public QObject {
     Q_OBJECT
+    Q_PROPERTY(QList<SigningIdentity> identities READ identities NOTIFY identitiesChanged)
     Q_PROPERTY(bool isScanning READ isScanning NOTIFY isScanningChanged)
     Q_PROPERTY(bool isSigning READ isSigning NOTIFY isSigningChanged)
     Q_PROPERTY(QString logs READ logs NOTIFY logsChanged)
     Q_PROPERTY(bool signSuccess READ signSuccess NOTIFY signSuccessChanged)
+    Q_PROPERTY(AppSignatureStatus appSignatureStatus READ appSignatureStatus NOTIFY
+            appSignatureStatusChanged)
     Q_PROPERTY(QString appSigningLogs READ appSigningLogs NOTIFY appSigningLogsChanged)
     Q_PROPERTY(bool isAppSigning READ isAppSigning NOTIFY isAppSigningChanged)
+    Q_PROPERTY(std::optional<SigningIdentity> selectedIdentity READ selectedIdentity NOTIFY
+            selectedIdentityChanged)
 
 public:
     /// Where the fingerprint of the user's choice is kept.

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -48,16 +50,20 @@ TEST_F(BuildCommand, NamesTheOutputAsTheSettingsSay)
         QString folder; // setting; {} is the test's own
         QString home;
         QString output;
+        QString version = u"7"_s;
     };
     const Row rows[] = {
         {"in the current folder", u""_s, u"/"_s, u"{}/Example_7.dmg"_s},
         {"in the folder of the settings", u"{}/out"_s, u"/"_s, u"{}/out/Example_7.dmg"_s},
+        {"with a version that would lead elsewhere", u"{}/out"_s, u"/"_s,
+            u"{}/out/Example_..-..-7.dmg"_s, u"../../7"_s},
         {"below the home folder", u"~/out"_s, u"{}"_s, u"{}/out/Example_7.dmg"_s},
     };
     const QByteArray home = qgetenv("HOME");
     for (const Row& row : rows) {
         CommandFixture test;
         const auto placed = [&test](QString text) { return text.replace("{}"_L1, test.folder()); };
+        test.setVersion(row.version);
         qputenv("HOME", placed(row.home).toUtf8());
         test.settings.setDefaultOutputDirectory(placed(row.folder));
         EXPECT_EQ(test.run({u"build"_s, u"Example.app"_s}), 0) << row.name;
@@ -104,6 +110,14 @@ TEST_F(BuildCommand, RefusesWhatMakesNoSenseAndWhy)
         {"a colon in the volume name", {app, u"--volume-name"_s, u"a:b"_s}, u"can't be named"_s},
         {"a line break in the volume name", {app, u"--volume-name"_s, u"a\nb"_s},
             u"can't be named"_s},
+        {"a blank at the volume name's end", {app, u"--volume-name"_s, u"Demo "_s},
+            u"ends with a blank"_s},
+        {"accents that make the volume name long",
+            {app, u"--volume-name"_s, QString(130, u'\u00e9')}, u"longer than 255"_s},
+        {"a path that is not UTF-8", {app, u"-o"_s, u"out/\ufffd.dmg"_s}, u"is not UTF-8"_s},
+        {"a long name for the output", {app, u"-o"_s, QString(252, u'x') + u".dmg"_s},
+            u"longer than 255 bytes"_s},
+        {"quiet and verbose", {app, u"--quiet"_s, u"--verbose"_s}, u"exclude each other"_s},
         {"an unknown option", {app, u"--fast"_s}, u"--fast"_s},
     };
     QDir().mkpath(path(u"folder.dmg"_s));
@@ -193,6 +207,35 @@ TEST_F(BuildCommand, AMissingToolCallsForAnotherRemedy)
     EXPECT_TRUE(messages().contains(u"Said: Could not start “/usr/bin/hdiutil”"_s)
         && messages().contains("Install this program again"_L1))
         << qPrintable(messages());
+}
+
+TEST_F(BuildCommand, AMissingEjectorIsNamedWhenItsVolumeCantBeConverted)
+{
+    scripted.remove(u"/usr/sbin/diskutil"_s);
+    scripted.script(u"hdiutil"_s, u"convert"_s, u"echo busy >&2; exit 1"_s);
+    EXPECT_EQ(run({u"build"_s, u"Example.app"_s}), 1);
+    EXPECT_TRUE(messages().contains(u"Tool: /usr/sbin/diskutil"_s)
+        && messages().contains("Install this program again"_L1))
+        << qPrintable(messages());
+}
+
+TEST_F(BuildCommand, AnOutputFolderThatTakesNothingIsWhatTheRemedyIsAbout)
+{
+    // Root may write anywhere but where the kernel itself refuses.
+    EXPECT_EQ(
+        run({u"build"_s, u"Example.app"_s, u"-o"_s, u"/proc/Demo.dmg"_s}), ::getuid() ? 2 : 1);
+    EXPECT_FALSE(messages().contains("TMPDIR"_L1)) << qPrintable(messages());
+    EXPECT_EQ(leftBehind(), QStringList());
+}
+
+TEST_F(BuildCommand, AToolThatHearsOfTheInterruptFirstMakesItNoFailure)
+{
+    // As with Ctrl-C on a terminal, the tool has ended by the time the main loop turns.
+    scripted.script(u"hdiutil"_s, u"create"_s,
+        u"kill -STOP $PPID; (kill -INT $PPID; sleep 0.3; kill -CONT $PPID) & exit 1"_s);
+    EXPECT_EQ(run({u"build"_s, u"Example.app"_s}), 130);
+    EXPECT_TRUE(messages().contains("interrupted"_L1)) << qPrintable(messages());
+    EXPECT_EQ(leftBehind(), QStringList());
 }
 
 TEST_F(BuildCommand, AnInterruptEndsTheToolAndTheBuildAndKeepsTheOldImage)

@@ -22,8 +22,7 @@ CommandFixture::CommandFixture()
     QDir(m_folder.path()).mkpath(u"tmp"_s);
     QDir(m_folder.path()).mkpath(u"out"_s);
     QDir::setCurrent(m_folder.path());
-    writeFile(path(u"Example.app/Contents/Info.plist"_s),
-        "<plist version=\"1.0\"><dict><key>CFBundleVersion</key><string>7</string></dict></plist>");
+    setVersion(u"7"_s);
     writeFile(path(u"sea.png"_s), "picture");
     m_results.open(QBuffer::WriteOnly);
     m_messages.open(QBuffer::WriteOnly);
@@ -32,6 +31,13 @@ CommandFixture::CommandFixture()
 CommandFixture::~CommandFixture()
 {
     QDir::setCurrent(m_previousFolder);
+}
+
+void CommandFixture::setVersion(const QString& version) const
+{
+    writeFile(path(u"Example.app/Contents/Info.plist"_s),
+        "<plist version=\"1.0\"><dict><key>CFBundleVersion</key><string>" + version.toUtf8()
+            + "</string></dict></plist>");
 }
 
 int CommandFixture::run(const QStringList& arguments)

@@ -29,6 +29,8 @@ public:
 
     /// Runs `vandor ARGUMENTS` and returns its exit status, -1 when the watchdog had to end it.
     int run(const QStringList& arguments);
+    /// What Example.app says its version is.
+    void setVersion(const QString& version) const;
     QString folder() const { return m_folder.path(); }
     QString path(const QString& relative) const { return m_folder.filePath(relative); }
     QString results() const { return QString::fromUtf8(m_results.data()); }

@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <memory>
 #include <unistd.h>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -30,13 +32,17 @@ protected:
 
     void start(QProcess& program, const QStringList& arguments) const
     {
+        startProgram(program, folder.filePath(u"bin/vandor"_s), arguments);
+    }
+    void startProgram(QProcess& program, const QString& path, const QStringList& arguments) const
+    {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const QString& name : {u"HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_DATA_HOME"_s})
             environment.insert(name, folder.path());
         environment.insert(u"TMPDIR"_s, folder.filePath(u"tmp"_s));
         program.setProcessEnvironment(environment);
         program.setWorkingDirectory(folder.path());
-        program.start(folder.filePath(u"bin/vandor"_s), arguments);
+        program.start(path, arguments);
     }
 
     QStringList sessions() const
@@ -86,15 +92,62 @@ TEST_F(ProgramTest, TwoRunsOfOneVolumeNameSweepUpAfterAKilledOneAndDoNotMeet)
 
     QProcess first;
     QProcess second;
-    start(first, {u"build"_s, u"Example.app"_s, u"-o"_s, u"a.dmg"_s});
+    start(first, {u"build"_s, u"Example.app"_s, u"-o"_s, u"a.dmg"_s, u"--verbose"_s});
     start(second, {u"build"_s, u"Example.app"_s, u"-o"_s, u"b.dmg"_s, u"--quiet"_s});
-    ASSERT_TRUE(first.waitForFinished(watchdog) && second.waitForFinished(watchdog));
+    QProcess usual;
+    start(usual, {u"build"_s, u"Example.app"_s, u"-o"_s, u"d.dmg"_s});
+    for (QProcess* const program : {&first, &second, &usual})
+        ASSERT_TRUE(program->waitForFinished(watchdog));
     EXPECT_EQ(first.readAllStandardOutput(), folder.filePath(u"a.dmg\n"_s).toUtf8());
     EXPECT_EQ(second.readAllStandardOutput(), folder.filePath(u"b.dmg\n"_s).toUtf8());
     EXPECT_TRUE(first.readAllStandardError().contains("noise\n"));
     EXPECT_EQ(second.readAllStandardError(), "");
+    const QByteArray log = usual.readAllStandardError();
+    EXPECT_TRUE(log.contains("Done! DMG Saved to d.dmg\n")) << log.toStdString();
+    EXPECT_FALSE(log.contains("noise")) << "a tool's chatter is for who asks for it";
     EXPECT_EQ(sessions(), QStringList());
     EXPECT_EQ(QDir(folder.path()).entryList({u".vandor-*"_s}, QDir::AllEntries | QDir::Hidden),
+        QStringList());
+}
+
+TEST_F(ProgramTest, EndsItsWorkWhoeverHasStoppedListening)
+{
+    struct Row {
+        const char* name;
+        QString streams; // the shell's redirections
+    };
+    const Row rows[] = {
+        {"no streams at all", u"--verbose 0<&- 1>&- 2>&-"_s},
+        {"no standard error", u"--verbose 2>&- >results"_s},
+        {"readers that go at once", u"2>&1 | true"_s},
+    };
+    std::vector<std::unique_ptr<QProcess>> runs;
+    int number = 0;
+    for (const Row& row : rows) {
+        const QString command =
+            u"bin/vandor build Example.app -o %1.dmg %2"_s.arg(number++).arg(row.streams);
+        runs.push_back(std::make_unique<QProcess>());
+        startProgram(*runs.back(), u"/bin/sh"_s, {u"-c"_s, command});
+    }
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        ASSERT_TRUE(runs[i]->waitForFinished(watchdog));
+        const QString image = folder.filePath(u"%1.dmg"_s.arg(i));
+        EXPECT_TRUE(QFile::exists(image)) << rows[i].name;
+        EXPECT_EQ(readFile(image), "UDZO of image\n") << rows[i].name;
+    }
+    EXPECT_EQ(readFile(folder.filePath(u"results"_s)), folder.filePath(u"1.dmg\n"_s).toUtf8());
+    EXPECT_EQ(sessions(), QStringList());
+}
+
+TEST_F(ProgramTest, AMissingTemporaryFolderIsNotReplacedByTheCurrentOne)
+{
+    QDir(folder.path()).rmdir(u"tmp"_s);
+    QProcess program;
+    start(program, {u"build"_s, u"Example.app"_s});
+    ASSERT_TRUE(program.waitForFinished(watchdog));
+    EXPECT_EQ(program.exitCode(), 1);
+    EXPECT_TRUE(program.readAllStandardError().contains("TMPDIR"));
+    EXPECT_EQ(QDir(folder.path()).entryList({u"*vandor-*"_s}, QDir::AllEntries | QDir::Hidden),
         QStringList());
 }
 

@@ -53,6 +53,14 @@ TEST_F(SessionFolderTest, SweepsWhatNobodyHoldsAndNothingElse)
     EXPECT_EQ(QFileInfo(held.path()).permissions() & 0x0ff, 0) << "others see nothing";
 }
 
+TEST_F(SessionFolderTest, SweepsWhatIsLeftAlsoWhenTheStagingFolderIsGone)
+{
+    SessionFolder(folder.path())
+        .alsoSweep(folder.filePath(u".vandor-01234567-89ab-cdef-0123-456789abcdef"_s));
+    sweep();
+    EXPECT_EQ(QDir(common()).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList());
+}
+
 TEST_F(SessionFolderTest, SweepsNothingOutsideThatIsNotAStagingFolder)
 {
     writeFile(folder.filePath(u"precious/file"_s), "x");

@@ -70,7 +70,7 @@ TEST_F(SigningCommands, SayWhatIsMissing)
 {
     signing.answer(u"find-identity"_s, u"printf '\\377'"_s);
     EXPECT_EQ(run({u"identities"_s}), 1);
-    EXPECT_TRUE(messages().contains("is not UTF-8 text"_L1));
+    EXPECT_EQ(messages().count("is not UTF-8 text"_L1), 1) << "said once";
 
     signing.remove(u"/usr/bin/security"_s);
     EXPECT_EQ(run({u"identities"_s, u"--json"_s}), 1);
@@ -78,6 +78,7 @@ TEST_F(SigningCommands, SayWhatIsMissing)
     EXPECT_EQ(lastEvent()[u"said"_s],
         u"Could not start “/usr/bin/security”: No such file or directory."_s);
     EXPECT_TRUE(lastEvent()[u"remedy"_s].toString().startsWith("Install this program again"_L1));
+    EXPECT_EQ(messages().count("Could not start"_L1), 1) << qPrintable(messages());
 }
 
 TEST_F(SigningCommands, SignAnImage)
