@@ -15,7 +15,7 @@ namespace {
 
 QProcess::ProcessChannelMode channelMode(const ToolCall& call)
 {
-    if (call.captureOutput)
+    if (call.captureOutput || call.hideOutput)
         return call.captureError ? QProcess::SeparateChannels : QProcess::ForwardedErrorChannel;
     return call.captureError ? QProcess::ForwardedOutputChannel : QProcess::ForwardedChannels;
 }
@@ -64,6 +64,8 @@ ChildProcess::ChildProcess(const ToolCall& call, const SystemRoot& root)
     m_process.setArguments(call.arguments);
     m_process.setProcessEnvironment(environmentOf(call, root));
     m_process.setProcessChannelMode(channelMode(call));
+    if (call.hideOutput && !call.captureOutput)
+        m_process.setStandardOutputFile(QProcess::nullDevice());
     if (!call.workingDirectory.isEmpty())
         m_process.setWorkingDirectory(root.hostPath(call.workingDirectory));
     if (call.inheritInput)

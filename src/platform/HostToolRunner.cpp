@@ -18,6 +18,7 @@ QCoro::Task<ToolOutcome> HostToolRunner::run(ToolCall call)
         outcome.launchError = QCoreApplication::translate("HostToolRunner", "Interrupted");
         co_return outcome;
     }
+    call.hideOutput = call.hideOutput || m_hidesOutput;
     auto* const child = new ChildProcess(call, m_root); // owns itself
     std::erase_if(m_children, [](const auto& other) { return other.isNull(); });
     m_children.emplace_back(child);

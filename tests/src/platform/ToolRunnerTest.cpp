@@ -155,6 +155,28 @@ TEST_F(ToolRunnerTest, WhatIsNotCapturedGoesToOurOwnStreams)
     EXPECT_EQ(outcome.error, "kept\n");
 }
 
+TEST_F(ToolRunnerTest, HiddenOutputGoesNowhereAndTheRestGoesOn)
+{
+    runner.hideOutput();
+    ToolCall chatty = call("echo seen; echo kept >&2; exit 3");
+    EXPECT_EQ(await(runner.run(chatty)).output, "seen\n") << "captured is not hidden";
+    chatty.captureOutput = false;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const ToolOutcome outcome = await(runner.run(chatty));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(outcome.exitStatus, 3);
+    EXPECT_EQ(outcome.error, "kept\n");
+
+    chatty.captureError = false;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(await(runner.run(chatty)).exitStatus, 3);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "kept\n");
+}
+
 TEST_F(ToolRunnerTest, InterruptionReachesChildrenAndStopsLaterCalls)
 {
     std::signal(
