@@ -36,8 +36,10 @@ void BuildManager::startBuild(const DMGConfig& job)
     if (m_status.isBuilding())
         return;
     setStatus(BuildStatus::building());
-    m_logs.clear();
-    emit logsChanged();
+    if (!m_logs.isEmpty()) {
+        m_logs.clear();
+        emit logsChanged();
+    }
     log(u"Starting build for "_s + job.volumeName + u"..."_s);
 
     m_buildTask = std::make_shared<Cancellation>();

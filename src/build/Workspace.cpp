@@ -10,6 +10,9 @@
 #include <QFileInfo>
 #include <QUuid>
 
+#include <cerrno>
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 Workspace::Workspace(const QString& temporaryFolder, StopFlag stop)
@@ -17,9 +20,16 @@ Workspace::Workspace(const QString& temporaryFolder, StopFlag stop)
         joinedPath(temporaryFolder, QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()))
     , m_stop(std::move(stop))
 {
-    FileOperations::createFolder(sourceFiles());
+    FileOperations::createFolder(temporaryFolder);
     // The host's temporary folder may be everybody's, the application is not.
-    QFile::setPermissions(m_root, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    if (::mkdir(QFile::encodeName(m_root).constData(), S_IRWXU) != 0)
+        throw PlatformError::fromErrno(PlatformError::Operation::createFolder, m_root, errno);
+    try {
+        FileOperations::createFolder(sourceFiles());
+    } catch (const PlatformError&) {
+        QDir().rmdir(m_root);
+        throw;
+    }
 }
 
 Workspace::~Workspace()
