@@ -42,8 +42,8 @@ private:
     BuildReport& m_report;
     QElapsedTimer m_time;
     Interruption m_interruption; // before there is anything that it must not leave behind
+    StagedOutput m_output; // first, since it goes by itself when there can be no session
     SessionFolder m_session;
-    StagedOutput m_output;
     SystemRoot m_root;
     HostToolRunner m_tools;
     OsaScriptRunner m_scripts;
