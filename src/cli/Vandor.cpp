@@ -11,11 +11,25 @@
 
 #include <sstream>
 
+namespace {
+
+/// A mistake in the form of all others, which name the command and where its help is.
+std::string mistakeText(const CLI::App* program, const CLI::Error& mistake)
+{
+    std::string command = program->get_name();
+    for (const CLI::App* const used : program->get_subcommands())
+        command += ' ' + used->get_name();
+    return command + ": " + mistake.what() + "\nRun “" + command + " --help” for more.\n";
+}
+
+} // namespace
+
 int runVandor(const QStringList& arguments, const CommandHost& host)
 {
     CLI::App program("Packages Mac applications into styled disk images.", "vandor");
     program.set_version_flag("--version", "vandor " VANDOR_VERSION);
-    program.require_subcommand(1);
+    program.require_subcommand(0, 1); // none is found out below: an unknown one is told by name
+    program.failure_message(&mistakeText);
     BuildOptions buildOptions;
     CLI::App* const build = program.add_subcommand("build", "Make a disk image of an application");
     buildOptions.addTo(*build);
@@ -33,6 +47,8 @@ int runVandor(const QStringList& arguments, const CommandHost& host)
         words.push_back(argument->toStdString());
     try {
         program.parse(std::move(words));
+        if (program.get_subcommands().empty())
+            throw CLI::RequiredError("A command");
     } catch (const CLI::ParseError& ended) {
         std::ostringstream results;
         std::ostringstream messages;

@@ -61,13 +61,15 @@ TEST_F(ProgramTest, TellsItsVersionAndHelpOnStandardOutput)
         QStringList arguments;
         int status;
         QByteArray output; // some of it
+        QByteArray errors; // likewise
     };
     const Row rows[] = {
-        {{u"--version"_s}, 0, "vandor 1."},
-        {{u"--help"_s}, 0, "build"},
-        {{u"build"_s, u"--help"_s}, 0, "--volume-name"},
-        {{}, 2, ""},
-        {{u"bake"_s}, 2, ""},
+        {{u"--version"_s}, 0, "vandor 1.", ""},
+        {{u"--help"_s}, 0, "build", ""},
+        {{u"build"_s, u"--help"_s}, 0, "--volume-name", ""},
+        {{}, 2, "", "vandor: A command is required\nRun “vandor --help” for more.\n"},
+        {{u"bake"_s}, 2, "", "bake"},
+        {{u"build"_s}, 2, "", "vandor build: APP is required\nRun “vandor build --help”"},
     };
     for (const Row& row : rows) {
         QProcess program;
@@ -77,6 +79,9 @@ TEST_F(ProgramTest, TellsItsVersionAndHelpOnStandardOutput)
         const QByteArray output = program.readAllStandardOutput();
         EXPECT_TRUE(output.contains(row.output)) << output.toStdString();
         EXPECT_EQ(output.isEmpty(), row.output.isEmpty());
+        const QByteArray errors = program.readAllStandardError();
+        EXPECT_TRUE(errors.contains(row.errors)) << errors.toStdString();
+        EXPECT_EQ(errors.isEmpty(), row.errors.isEmpty()) << errors.toStdString();
     }
 }
 
