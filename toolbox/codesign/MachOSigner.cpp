@@ -131,6 +131,7 @@ std::string requirementTextOf(
     if (designated)
         return requirementText(*designated);
     std::vector<std::string> raw;
+    raw.reserve(hashes.size());
     for (const Digest& hash : hashes)
         raw.emplace_back(reinterpret_cast<const char*>(hash.data()), hash.size());
     return requirementText(codeHashRequirement(raw));

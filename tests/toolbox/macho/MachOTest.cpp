@@ -67,7 +67,7 @@ TEST(SignatureSpace, IsAddedBehindTheCodeAndTakenAwayWithoutATrace)
     EXPECT_GE(linkEdit.memorySize, linkEdit.fileSize);
 
     // Room for another size replaces the first: the signed bytes stay where they are.
-    const MemoryDevice larger = applied(room, planSignature(after, 20000 / 16 * 16));
+    const MemoryDevice larger = applied(room, planSignature(after, 20000));
     EXPECT_EQ(Slice::read(larger).signature->offset, after.signature->offset);
     EXPECT_EQ(Slice::read(larger).commandCount, after.commandCount);
 
