@@ -160,11 +160,16 @@ LocalAuthority::LocalAuthority(const PrivateFolder& files)
     , m_stamperKey(PrivateKey::fromPem(files.read("stamper.key")))
 { }
 
-Identity LocalAuthority::createIdentity(
-    IdentityStore& store, const std::string& name, const std::string& team) const
+void LocalAuthority::check(const std::string& name, const std::string& team)
 {
     checkName(name);
     checkTeam(team);
+}
+
+Identity LocalAuthority::createIdentity(
+    IdentityStore& store, const std::string& name, const std::string& team) const
+{
+    check(name, team);
     PrivateKey key = PrivateKey::generate();
     Certificate certificate =
         issueCertificate(identityPlan(name, team), key, &m_issuer, m_issuerKey);

@@ -21,9 +21,10 @@ public:
     /// an authority that was damaged.
     explicit LocalAuthority(IdentityStore& store);
 
-    /// A new identity "Developer ID Application: NAME (TEAM)" in `store`. Throws
-    /// std::invalid_argument for a name that is empty, too long or not plain text and for a team
-    /// identifier that is not ten characters of A-Z and 0-9.
+    /// Throws std::invalid_argument for a name that is empty, too long or not plain text and for a
+    /// team identifier that is not ten characters of A-Z and 0-9.
+    static void check(const std::string& name, const std::string& team);
+    /// A new identity "Developer ID Application: NAME (TEAM)" in `store`, after `check`.
     Identity createIdentity(
         IdentityStore& store, const std::string& name, const std::string& team) const;
     /// Answers a time-stamp request (RFC 3161) in DER with the whole response, also a refusal.

@@ -94,16 +94,15 @@ int createIdentity(KeychainSession& session)
     if (operands.size() != 2)
         throw UsageError("a name and a team identifier are needed");
     try {
-        const keychain::LocalAuthority authority(session.store);
-        const Identity identity = authority.createIdentity(session.store, operands[0], operands[1]);
-        session.out << identity.certificate.fingerprint() + " \""
-                + identity.certificate.commonName()
-                + "\"\nnote=local rehearsal identity, not from Apple: no other computer trusts "
-                  "it\n";
-        return 0;
+        keychain::LocalAuthority::check(operands[0], operands[1]);
     } catch (const std::invalid_argument& mistake) {
         throw UsageError(mistake.what());
     }
+    const keychain::LocalAuthority authority(session.store);
+    const Identity identity = authority.createIdentity(session.store, operands[0], operands[1]);
+    session.out << identity.certificate.fingerprint() + " \"" + identity.certificate.commonName()
+            + "\"\nnote=local rehearsal identity, not from Apple: no other computer trusts it\n";
+    return 0;
 }
 
 } // namespace tools

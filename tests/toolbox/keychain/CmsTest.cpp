@@ -256,7 +256,7 @@ TEST(CodeSignature, EveryFlippedByteIsNoticedOrSaysNothing)
     ASSERT_EQ(whole.stampState, StampState::trusted);
     int noticed = 0;
     int silent = 0;
-    for (std::size_t at = 0; at < cms.size(); at += 3) {
+    for (std::size_t at = 0; at < cms.size(); at += 11) {
         auto damaged = cms;
         damaged[at] ^= std::byte{0x41};
         try {
