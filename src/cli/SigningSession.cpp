@@ -69,6 +69,5 @@ void SigningSession::follow(const QString& text)
 
 void SigningSession::interrupt()
 {
-    m_isInterrupted = true;
     m_tools.interrupt();
 }

@@ -17,9 +17,10 @@ public:
     explicit SigningSession(const CommandHost& host);
 
     SigningManager& manager() { return m_manager; }
+    ToolRunner& tools() { return m_tools; }
     /// Whether the program that stands for the Mac's tool is there.
     bool hasTool(const QString& macPath) const;
-    bool isInterrupted() const { return m_isInterrupted; }
+    bool isInterrupted() const { return m_interruption.isRequested(); }
 
     /// Runs the main loop until `command` has ended; returns the exit status that it gives.
     int exec(std::function<QCoro::Task<int>()> command);
@@ -40,5 +41,4 @@ private:
     ShellRunner m_shell;
     SigningManager m_manager;
     Interruption m_interruption;
-    bool m_isInterrupted = false;
 };
