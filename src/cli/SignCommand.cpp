@@ -2,6 +2,7 @@
 
 #include "cli/CommandReport.h"
 #include "cli/IdentityChoice.h"
+#include "cli/SigningPlan.h"
 #include "cli/SigningSession.h"
 #include "cli/UsageError.h"
 
@@ -158,6 +159,8 @@ void SignOptions::addTo(CLI::App& command)
             "The identity to sign with: its fingerprint, its name or a part of that "
             "(default: the remembered one or the only one)")
         ->type_name("SHA1|NAME");
+    command.add_flag(
+        "--plan", plan, "Print what would be done to each piece of code, and touch nothing");
     command.add_flag("--json", json, "Write events and the result as JSON, one object a line");
     command.add_flag("--quiet", quiet, "Write the result and failures only");
 }
@@ -185,6 +188,8 @@ int runSignCommand(const SignOptions& options, const CommandHost& host)
 {
     CommandReport report(host.results, host.messages, {u"sign"_s, options.json, options.quiet});
     try {
+        if (options.plan)
+            return runSigningPlan(options.subject(), host, report);
         SignRun run(options, host, report);
         if (options.quiet)
             host.silenceTools();

@@ -20,6 +20,7 @@ struct SignOptions {
 
     std::string path;
     std::optional<std::string> identity;
+    bool plan = false; // only say what would be done
     bool json = false;
     bool quiet = false;
 

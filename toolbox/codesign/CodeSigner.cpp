@@ -102,7 +102,8 @@ std::string CodeSigner::identifierFor(
     if (!fromInfo.empty())
         return fromInfo;
     std::string name = identifierFromFileName(path.filename().string());
-    if (m_signer.identity == nullptr && name.find('.') == std::string::npos
+    // A plan is not about who signs: then the name is as anybody would sign it.
+    if (m_signer.identity == nullptr && !m_options.dryRun && name.find('.') == std::string::npos
         && !fs::is_directory(path))
         name += "-" + hexOf(identificationOf(path));
     return name;
