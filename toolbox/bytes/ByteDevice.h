@@ -58,8 +58,7 @@ class MemoryDevice final : public ByteDevice {
 public:
     explicit MemoryDevice(std::vector<std::byte> raw)
         : m_raw(std::move(raw))
-    {
-    }
+    { }
     uint64_t size() const override { return m_raw.size(); }
     void readAt(uint64_t offset, std::span<std::byte> out) const override;
     void writeAt(uint64_t offset, std::span<const std::byte> in) override;

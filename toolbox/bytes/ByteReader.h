@@ -21,8 +21,7 @@ public:
     explicit ByteReader(std::span<const std::byte> raw, uint64_t origin = 0)
         : m_raw(raw)
         , m_origin(origin)
-    {
-    }
+    { }
 
     uint8_t u8() { return integer<uint8_t>(); }
     uint16_t u16() { return record<be16>(); }

@@ -37,10 +37,7 @@ public:
     }
     void zeros(std::size_t count);
     /// Zeros up to the next multiple of `alignment`.
-    void align(std::size_t alignment)
-    {
-        zeros((alignment - m_out.size() % alignment) % alignment);
-    }
+    void align(std::size_t alignment) { zeros((alignment - m_out.size() % alignment) % alignment); }
     /// Zeros up to `size` bytes in all; never cuts.
     void padTo(std::size_t size)
     {

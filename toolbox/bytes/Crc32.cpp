@@ -13,8 +13,7 @@ uint32_t crc32(std::span<const std::byte> data, uint32_t before)
 
 uint32_t crc32Joined(uint32_t first, uint32_t second, uint64_t length)
 {
-    return static_cast<uint32_t>(
-        ::crc32_combine(first, second, static_cast<z_off_t>(length)));
+    return static_cast<uint32_t>(::crc32_combine(first, second, static_cast<z_off_t>(length)));
 }
 
 uint32_t crc32ThenZeros(uint32_t before, uint64_t count)

@@ -69,20 +69,17 @@ using le64 = StoredInteger<uint64_t, std::endian::little>;
 
 /// What may be copied from and to a file as it is.
 template <typename Record>
-inline constexpr bool isStoredRecord
-    = std::is_trivially_copyable_v<Record> && alignof(Record) == 1;
+inline constexpr bool isStoredRecord = std::is_trivially_copyable_v<Record> && alignof(Record) == 1;
 
 template <typename Record>
-    requires isStoredRecord<Record>
-std::span<const std::byte> recordBytes(const Record& record)
+requires isStoredRecord<Record> std::span<const std::byte> recordBytes(const Record& record)
 {
     return std::as_bytes(std::span<const Record, 1>(&record, 1));
 }
 
 /// The record at the head of `raw`, which must be long enough.
 template <typename Record>
-    requires isStoredRecord<Record>
-Record recordAt(std::span<const std::byte> raw)
+requires isStoredRecord<Record> Record recordAt(std::span<const std::byte> raw)
 {
     Record record;
     std::memcpy(&record, raw.first(sizeof(Record)).data(), sizeof(Record));
