@@ -39,7 +39,7 @@ std::optional<CatalogID> AttributesChecker::add(const TreeRecord& record)
     } else if (type == attributeFork) {
         m_fork =
             bytes::ByteReader(record.data, record.dataOffset).record<AttributeForkRecord>().fork;
-        m_extents = {m_fork.extents};
+        addExtents(m_fork.extents);
     } else {
         m_findings.add(m_who + ": a record of the unknown type " + std::to_string(type));
     }
@@ -56,17 +56,20 @@ void AttributesChecker::addInline(const TreeRecord& record)
             + std::to_string(record.data.size()) + " bytes");
 }
 
+void AttributesChecker::addExtents(const ExtentRecord& extents)
+{
+    m_extents.push_back(extents);
+    for (const ExtentDescriptor& extent : extents)
+        m_blocks += extent.blockCount;
+}
+
 void AttributesChecker::goOn(const TreeRecord& record, uint32_t startBlock, bool sameKey)
 {
-    uint64_t blocks = 0;
-    for (const ExtentRecord& extents : m_extents)
-        for (const ExtentDescriptor& extent : extents)
-            blocks += extent.blockCount;
-    if (!sameKey || m_extents.empty() || blocks != startBlock) {
+    if (!sameKey || m_extents.empty() || m_blocks != startBlock) {
         m_findings.add(m_who + ": extents follow that don't go on with it");
         return;
     }
-    m_extents.push_back(
+    addExtents(
         bytes::ByteReader(record.data, record.dataOffset).record<AttributeExtentsRecord>().extents);
 }
 
@@ -75,6 +78,7 @@ void AttributesChecker::finish()
     if (!m_extents.empty())
         m_forks.checkAttribute(m_fork.logicalSize, m_fork.totalBlocks, m_extents, m_who);
     m_extents.clear();
+    m_blocks = 0;
 }
 
 } // namespace hfsplus

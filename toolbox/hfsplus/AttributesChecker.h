@@ -17,6 +17,7 @@ public:
 
 private:
     void addInline(const TreeRecord& record);
+    void addExtents(const ExtentRecord& extents);
     void goOn(const TreeRecord& record, uint32_t startBlock, bool sameKey);
 
     ForkChecker& m_forks;
@@ -26,6 +27,7 @@ private:
     std::string m_who;
     ForkData m_fork{}; // of the value in progress
     std::vector<ExtentRecord> m_extents; // empty when that is none in blocks of its own
+    uint64_t m_blocks = 0; // in all of them
 };
 
 } // namespace hfsplus

@@ -15,10 +15,11 @@ public:
     /// `user` names the fork for messages. Reports blocks that have a user already.
     void claim(const BlockRun& run, const std::string& user);
     /// Throws bytes::FormatError for a bitmap that has too few bits.
-    void compare(const std::vector<std::byte>& bitmap) const;
+    void compare(const bytes::ByteSource& bitmap) const;
     uint32_t usedBlocks() const;
 
 private:
+    void comparePiece(std::span<const std::byte> bits, uint64_t firstBlock) const;
     std::string userOf(uint32_t block) const;
 
     std::vector<bool> m_used;

@@ -21,7 +21,7 @@ public:
     /// Checks everything, when all is added.
     void check();
 
-    /// "NAME (id = N)" with the whole path, for messages.
+    /// "/FOLDER/NAME (id = N)" for messages; a long path loses its beginning.
     std::string describe(CatalogID id) const;
 
 private:

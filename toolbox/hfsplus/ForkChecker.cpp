@@ -27,9 +27,10 @@ void ForkChecker::addOverflow(const TreeRecord& record)
         bytes::recordAt<ExtentRecord>(record.data));
 }
 
-bool ForkChecker::append(
+std::optional<uint64_t> ForkChecker::append(
     const ExtentRecord& extents, const std::string& who, std::vector<BlockRun>& runs)
 {
+    uint64_t blocks = 0;
     bool ended = false;
     for (const ExtentDescriptor& extent : extents) {
         const BlockRun run{extent.startBlock, extent.blockCount};
@@ -40,13 +41,14 @@ bool ForkChecker::append(
         if (ended || run.start > m_totalBlocks || m_totalBlocks - run.start < run.count) {
             m_findings.add(who + ": an extent from block " + std::to_string(run.start)
                 + (ended ? " follows an unused one" : " leaves the volume"));
-            return false;
+            return std::nullopt;
         }
+        blocks += run.count;
         runs.push_back(run);
         if (!m_findings.isFull())
             m_use.claim(run, who);
     }
-    return true;
+    return blocks;
 }
 
 bool ForkChecker::checkSum(uint64_t logicalSize, uint32_t totalBlocks,
@@ -66,17 +68,19 @@ std::optional<ForkReader> ForkChecker::check(
     CatalogID file, uint8_t forkType, const ForkData& fork, const std::string& who)
 {
     std::vector<BlockRun> runs;
-    if (!append(fork.extents, who, runs))
+    const auto first = append(fork.extents, who, runs);
+    if (!first)
         return std::nullopt;
-    for (uint64_t blocks = blocksIn(runs); blocks < fork.totalBlocks;) {
+    for (uint64_t blocks = *first; blocks < fork.totalBlocks;) {
         const auto more = m_overflow.find({file, forkType, static_cast<uint32_t>(blocks)});
         if (more == m_overflow.end())
             break;
         const ExtentRecord extents = more->second;
         m_overflow.erase(more);
-        if (!append(extents, who, runs))
+        const auto further = append(extents, who, runs);
+        if (!further)
             return std::nullopt;
-        blocks = blocksIn(runs);
+        blocks += *further;
     }
     if (!checkSum(fork.logicalSize, fork.totalBlocks, runs, who))
         return std::nullopt;

@@ -31,8 +31,10 @@ public:
 private:
     using OverflowKey = std::tuple<CatalogID, uint8_t, uint32_t>;
 
-    /// Appends the runs of `extents`; false when they can't be right.
-    bool append(const ExtentRecord& extents, const std::string& who, std::vector<BlockRun>& runs);
+    /// Appends the runs of `extents` and says how many blocks they have; none when they can't be
+    /// right.
+    std::optional<uint64_t> append(
+        const ExtentRecord& extents, const std::string& who, std::vector<BlockRun>& runs);
     bool checkSum(uint64_t logicalSize, uint32_t totalBlocks, const std::vector<BlockRun>& runs,
         const std::string& who);
 

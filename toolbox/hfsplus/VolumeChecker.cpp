@@ -85,7 +85,8 @@ void Check::checkHeader()
         m_findings.expect(sound, std::string("volume header: ") + what);
     };
     const uint32_t blockSize = m_header.blockSize, attributes = m_header.attributes;
-    expect((attributes & volumeUnmounted) != 0, "the volume was not unmounted cleanly");
+    m_findings.prefer(
+        (attributes & volumeUnmounted) != 0, "volume header: the volume was not unmounted cleanly");
     expect((attributes & volumeJournaled) == 0 || m_header.journalInfoBlock != 0,
         "journaled, but there is no journal");
     expect(m_header.encodingsBitmap != 0, "no text encodings");
@@ -95,7 +96,8 @@ void Check::checkHeader()
         "invalid clump size of resource forks");
     expect(m_header.dataClumpSize != 0 && m_header.dataClumpSize % blockSize == 0,
         "invalid clump size of data forks");
-    expect(m_header.createDate != 0 && m_header.modifyDate != 0, "the volume has no dates");
+    m_findings.prefer(m_header.createDate != 0 && m_header.modifyDate != 0,
+        "volume header: the volume has no dates");
     checkForkClump("allocation file", m_header.allocationFile, true);
     checkForkClump("extents file", m_header.extentsFile, true);
     checkForkClump("catalog file", m_header.catalogFile, true);
@@ -119,7 +121,8 @@ void Check::checkAlternateHeader()
     if (alternate.signature != m_header.signature || alternate.version != m_header.version)
         m_findings.add("alternate volume header: missing");
     else
-        m_findings.expect(
+        // Systems update the copy only when the volume's size or its trees change.
+        m_findings.prefer(
             alternate == m_header, "alternate volume header: differs from the volume header");
 }
 
@@ -204,7 +207,7 @@ void Check::checkBitmap(ForkChecker& forks, const std::optional<ForkReader>& bit
         m_findings.add("bitmap: it has too few bits");
         return;
     }
-    forks.use().compare(bitmap->read(0, static_cast<std::size_t>(bitmap->size())));
+    forks.use().compare(*bitmap);
     const uint32_t free = m_header.totalBlocks - forks.use().usedBlocks();
     m_findings.expect(free == m_header.freeBlocks,
         "invalid free block count " + std::to_string(m_header.freeBlocks) + ", should be "

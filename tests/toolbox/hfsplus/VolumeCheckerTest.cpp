@@ -1,5 +1,6 @@
 #include "CatalogPatch.h"
 #include "SampleVolume.h"
+#include "hfsplus/Volume.h"
 
 #include <gtest/gtest.h>
 
@@ -258,4 +259,50 @@ TEST(VolumeChecker, MistakesInForksAreReported)
                 }),
             "follows an unused one"},
     });
+}
+
+TEST(VolumeChecker, WhatAUsedVolumeShowsIsNoDamage)
+{
+    const auto makeLeftovers = [](Device& device) {
+        const uint64_t tree = catalogOffset(device);
+        const auto header = recordIn<TreeHeader>(device, tree + headerRecordOffset);
+        const uint64_t node = tree + uint64_t{header.firstLeafNode} * header.nodeSize;
+        const uint32_t count = recordIn<NodeDescriptor>(device, node).numRecords;
+        const auto freeSpace = recordIn<be16>(device, node + header.nodeSize - 2 * (count + 1));
+        device.writeAt(node + freeSpace, std::array{std::byte{1}});
+    };
+    const Row rows[] = {
+        {"the copy of the header is old",
+            [](Device& device) {
+                patchRecord<VolumeHeader>(
+                    device, device.size() - 1024, [](auto& h) { h.fileCount = 3U; });
+            },
+            "differs from the volume header"},
+        {"attached while it was copied", inHeader([](auto& h) { h.attributes = 0x80000000U; }),
+            "not unmounted cleanly"},
+        {"a driver deleted a record", makeLeftovers, "leftovers"},
+        {"a link without a type", inFile("alias", [](auto& f) { f.finderInfo = {}; }), "disagree"},
+        {"a file from before threads", inFile("nothing", [](auto& f) { f.flags = uint16_t{4}; }),
+            "lacks the thread flag"},
+        {"a hard link without a chain",
+            [](Device& device) {
+                const auto content = Volume(device).find("linked.plist")->contentID;
+                const std::string inode = "iNode" + std::to_string(content);
+                for (const char* name : {"linked.plist", inode.c_str()})
+                    patchFile(device, name, [](CatalogFile& file) {
+                        file.flags = recordThreadExists;
+                        file.reserved1 = 0U;
+                    });
+            },
+            "lacks its flag"},
+    };
+    const Device sound = SampleVolume::make();
+    for (const Row& row : rows) {
+        Device device(sound.bytes());
+        row.make(device);
+        EXPECT_NE(findingsOf(device).find(row.finding), std::string::npos)
+            << row.mistake << ": " << findingsOf(device);
+        for (const Finding& finding : checkVolume(device))
+            EXPECT_FALSE(finding.damage) << row.mistake << ": " << finding.message;
+    }
 }
