@@ -14,6 +14,7 @@ void extend(AttributeTable::Value& value, const ExtentRecord& extents, uint32_t 
 {
     const auto more = runsOf(extents, volumeBlocks);
     value.runs.insert(value.runs.end(), more.begin(), more.end());
+    value.runBlocks += blocksIn(more);
 }
 
 } // namespace
@@ -36,7 +37,7 @@ void AttributeTable::add(const TreeRecord& record, uint32_t volumeBlocks)
         const auto stored = data.record<AttributeExtentsRecord>();
         if (m_values.empty() || m_values.back().file != value.file
             || m_values.back().name != value.name || !m_values.back().inFork
-            || blocksIn(m_values.back().runs) != startBlock)
+            || m_values.back().runBlocks != startBlock)
             data.fail("extents of an attribute don't follow its first ones");
         extend(m_values.back(), stored.extents, volumeBlocks);
         return;

@@ -19,6 +19,7 @@ public:
         uint64_t size = 0;
         uint32_t totalBlocks = 0; // of a value in blocks of its own
         std::vector<BlockRun> runs;
+        uint64_t runBlocks = 0; // in all of `runs`
     };
 
     /// Takes over one leaf record of the tree. Throws FormatError when it is none of its kind or

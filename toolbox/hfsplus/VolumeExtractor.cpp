@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <mutex>
 #include <thread>
@@ -109,8 +110,12 @@ ExtractReport VolumeExtractor::extract()
 void VolumeExtractor::plan()
 {
     m_folders.push_back({.path = {}, .id = rootFolderID, .kind = EntryKind::folder});
+    countBlocks(m_volume.root());
     m_volume.visit([this](const std::string& path, const Entry& entry) { planEntry(path, entry); });
     m_report.folders = static_cast<uint32_t>(m_folders.size()) - 1;
+    // Files of zeros take no room here, but as much time as if they did.
+    if (m_blocks > fs::space(m_folder).available / m_volume.header().blockSize)
+        throw std::system_error(ENOSPC, std::generic_category(), m_folder.string());
 }
 
 void VolumeExtractor::planEntry(const std::string& path, const Entry& entry)
@@ -122,6 +127,7 @@ void VolumeExtractor::planEntry(const std::string& path, const Entry& entry)
         return;
     Job job{.path = path, .id = entry.id, .kind = entry.kind};
     if (entry.kind == EntryKind::folder) {
+        countBlocks(entry);
         m_folders.push_back(std::move(job));
         return;
     }
@@ -139,8 +145,25 @@ void VolumeExtractor::planEntry(const std::string& path, const Entry& entry)
     (name.starts_with("._") ? m_lateFiles : m_files).push_back(std::move(job));
 }
 
+/// A Mac's name of 255 units may take 765 bytes. What has metadata may need a name with two bytes
+/// more beside it.
+bool VolumeExtractor::fitsHost(const std::string& path, const Entry& entry) const
+{
+    const bool mayNeedCompanion = entry.kind != EntryKind::folder
+        && (entry.resourceFork.logicalSize != 0 || !m_volume.attributes(entry.contentID).empty());
+    return nameOf(path).size() + (mayNeedCompanion ? 2 : 0) <= NAME_MAX;
+}
+
 bool VolumeExtractor::isLaidOut(const std::string& path, const Entry& entry)
 {
+    if (!m_leftOutFolder.empty() && path.starts_with(m_leftOutFolder))
+        return false;
+    if (!fitsHost(path, entry)) {
+        m_report.skipped.push_back(path + ": its name is too long for this system; left out");
+        if (entry.kind == EntryKind::folder)
+            m_leftOutFolder = path + "/";
+        return false;
+    }
     if (entry.kind == EntryKind::special) {
         m_report.skipped.push_back(path + ": neither file, folder nor symbolic link; left out");
         return false;
@@ -163,6 +186,8 @@ bool VolumeExtractor::isLaidOut(const std::string& path, const Entry& entry)
 void VolumeExtractor::countBlocks(const Entry& entry)
 {
     m_blocks += uint64_t{entry.dataFork.totalBlocks} + entry.resourceFork.totalBlocks;
+    for (const AttributeTable::Value& value : m_volume.attributes(entry.contentID))
+        m_blocks += value.totalBlocks;
     if (m_blocks > m_volume.header().totalBlocks)
         throw FormatError("the volume's files have more blocks than the volume");
     m_report.dataBytes += entry.dataFork.logicalSize;

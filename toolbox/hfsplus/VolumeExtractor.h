@@ -24,8 +24,9 @@ public:
     VolumeExtractor(const Volume& volume, std::filesystem::path folder, unsigned threads = 0);
 
     /// To be called once. Throws bytes::FormatError for a volume that can't be laid out (names
-    /// that a host can't have, two entries of one name, forks that share blocks),
-    /// std::system_error when the host fails. What was laid out by then is left to the caller.
+    /// that no file can have, two entries of one name, forks that share blocks),
+    /// std::system_error when the host fails, with ENOSPC where it has less room than the files
+    /// take. What was laid out by then is left to the caller.
     ExtractReport extract();
 
 private:
@@ -41,6 +42,7 @@ private:
 
     void plan();
     void planEntry(const std::string& path, const Entry& entry);
+    bool fitsHost(const std::string& path, const Entry& entry) const;
     bool isLaidOut(const std::string& path, const Entry& entry);
     void countBlocks(const Entry& entry);
 
@@ -64,6 +66,7 @@ private:
     /// Files named "._X": made after all X, for the host may need their names for X's metadata.
     Jobs m_lateFiles;
     std::unordered_map<CatalogID, CatalogID> m_firstLinks; // content -> entry
+    std::string m_leftOutFolder; // the last one, with a slash; what it holds is left out too
     uint64_t m_blocks = 0;
     ExtractReport m_report;
 };

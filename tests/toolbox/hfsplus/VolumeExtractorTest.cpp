@@ -121,3 +121,57 @@ TEST(VolumeExtractor, FilesThatShareBlocksAreRefused)
     const TemporaryFolder target;
     EXPECT_THROW(VolumeExtractor(Volume(device), target.path()).extract(), bytes::FormatError);
 }
+
+TEST(VolumeExtractor, AttributesThatShareBlocksAreRefused)
+{
+    // Each byte of the image would be written once for every file.
+    auto device = SampleVolume::make();
+    const auto attributes = headerOf(device).attributesFile;
+    const uint64_t start = offsetOf(device, attributes);
+    const auto raw = device.read(start, static_cast<std::size_t>(attributes.logicalSize));
+    const std::array type{std::byte{0}, std::byte{0}, std::byte{0}, std::byte{attributeFork}};
+    const auto found = std::ranges::search(raw, type);
+    ASSERT_FALSE(found.empty());
+    const auto at = static_cast<uint64_t>(found.begin() - raw.begin());
+    patchRecord<AttributeForkRecord>(device, start + at, [&](AttributeForkRecord& record) {
+        record.fork.totalBlocks = headerOf(device).totalBlocks;
+        record.fork.extents[0] = {0U, headerOf(device).totalBlocks};
+    });
+    EXPECT_THROW(LaidOut{std::move(device)}, bytes::FormatError);
+}
+
+TEST(VolumeExtractor, NamesTooLongForTheHostAreNamedAndLeftOut)
+{
+    // A Mac counts 255 units, this host 255 bytes: both names become Japanese where they lie.
+    const std::string file(100, 'a'), folder(100, 'b');
+    const TemporaryFolder source;
+    source.write("files/" + file, "content");
+    source.write("folders/" + folder + "/inside/deep", "content");
+    auto device = SampleVolume::build(source);
+    auto raw = device.bytes();
+    for (const char letter : {'a', 'b'}) {
+        const std::vector<std::byte> unit{std::byte{0}, static_cast<std::byte>(letter)};
+        std::vector<std::byte> name;
+        for (int i = 0; i < 100; ++i)
+            name.insert(name.end(), unit.begin(), unit.end());
+        for (auto rest = std::ranges::search(raw, name); !rest.empty();
+             rest = std::ranges::search(raw, name))
+            for (std::size_t i = 0; i < rest.size(); i += 2) {
+                rest[i] = std::byte{0x30};
+                rest[i + 1] = static_cast<std::byte>(0x42 + 2 * (letter - 'a'));
+            }
+    }
+    LaidOut out{bytes::MemoryDevice(std::move(raw))};
+    ASSERT_EQ(findingsOf(out.device()), "");
+    EXPECT_EQ(out.report().skipped.size(), 2U);
+    EXPECT_TRUE(fs::is_empty(out.at("files")));
+    EXPECT_TRUE(fs::is_empty(out.at("folders")));
+
+    // What stayed behind survives a change.
+    out.folder().write("files/new", "n");
+    out.apply();
+    EXPECT_EQ(findingsOf(out.device()), "");
+    const Volume volume(out.device());
+    EXPECT_EQ(volume.children(volume.find("files")->id).size(), 2U);
+    EXPECT_EQ(volume.children(volume.find("folders")->id).size(), 1U);
+}
