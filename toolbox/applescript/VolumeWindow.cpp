@@ -8,6 +8,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <system_error>
 
 namespace applescript {
@@ -169,6 +170,16 @@ uint32_t hostDateOf(const fs::path& file)
         std::chrono::duration_cast<std::chrono::seconds>(unix).count() + secondsFrom1904To1970);
 }
 
+// A volume's header has its creation in local time, the catalog has the root folder's in UTC; where
+// both were made at once the difference is a time zone.
+int32_t zoneBetween(uint32_t utc, uint32_t local)
+{
+    constexpr int64_t quarterHour = 900, widest = 14 * 3600;
+    const int64_t difference = int64_t{local} - utc;
+    const bool isZone = difference % quarterHour == 0 && std::abs(difference) <= widest;
+    return isZone ? static_cast<int32_t>(difference) : 0;
+}
+
 } // namespace
 
 VolumeWindow::VolumeWindow(const MountedVolume& volume)
@@ -302,6 +313,8 @@ finder::AliasTarget VolumeWindow::aliasTargetOf(const VolumeFile& file) const
     target.volumeName = m_volume->name;
     target.volumeCreated = m_volume->createDate;
     target.path = '/' + file.path;
+    if (const auto root = identityOf(""))
+        target.zone = zoneBetween(root->createDate, target.volumeCreated);
     const auto identity = identityOf(file.path);
     target.created = identity ? identity->createDate : hostDateOf(file.host);
     if (!identity)

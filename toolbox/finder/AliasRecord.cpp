@@ -222,7 +222,8 @@ AliasRecord aliasTo(const AliasTarget& target)
     alias.volumeName = target.volumeName;
     alias.volumeCreated = target.volumeCreated;
     alias.targetName = names.back();
-    alias.targetCreated = target.created;
+    const auto zone = static_cast<uint32_t>(target.zone);
+    alias.targetCreated = target.created + zone;
     if (target.id) {
         alias.targetID = *target.id;
         alias.folderIDs = target.folderIDs;
@@ -230,7 +231,7 @@ AliasRecord aliasTo(const AliasTarget& target)
             target.folderIDs.empty() ? AliasRecord::rootFolderID : target.folderIDs.front();
     }
     alias.folderName = names.size() > 1 ? names[names.size() - 2] : target.volumeName;
-    alias.volumeCreatedUTC = uint64_t{target.volumeCreated} << 16;
+    alias.volumeCreatedUTC = uint64_t{target.volumeCreated - zone} << 16;
     alias.targetCreatedUTC = uint64_t{target.created} << 16;
     alias.carbonPath = target.volumeName + ':';
     for (std::size_t i = 0; i + 1 < names.size(); ++i)

@@ -10,13 +10,13 @@
 
 namespace finder {
 
-/// A file on a volume of ours, by the facts of the volume's own catalog. Dates count seconds since
-/// 1904 and are the same in local time and UTC, as in the volumes that we make.
+/// A file on a volume, by the facts of the volume's own catalog. Dates count seconds since 1904.
 struct AliasTarget {
     std::string volumeName; // as a user reads it
-    uint32_t volumeCreated = 0; // of the volume's header
+    uint32_t volumeCreated = 0; // of the volume's header, local time
+    int32_t zone = 0; // seconds from UTC to that local time; none in volumes that we make
     std::string path; // on the volume, "/.background/bg.png"
-    uint32_t created = 0;
+    uint32_t created = 0; // UTC
     std::optional<uint32_t> id; // catalog id
     /// Ids of the folders above, the nearest first, without the root; needed when `id` is known.
     std::vector<uint32_t> folderIDs;

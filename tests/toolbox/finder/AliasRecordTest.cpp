@@ -63,6 +63,19 @@ TEST(AliasRecord, AFileAtTheRootHangsBelowIt)
     EXPECT_THROW(aliasTo(target), bytes::FormatError);
 }
 
+TEST(AliasRecord, DatesAreLocalInTheFixedPartAndUniversalInTheTags)
+{
+    AliasTarget target = samples::demoPicture();
+    const AliasRecord here = aliasTo(target);
+    target.zone = -5 * 3600;
+    target.volumeCreated -= 5 * 3600; // the header of a volume made at the same moment elsewhere
+    const AliasRecord there = aliasTo(target);
+    EXPECT_EQ(there.volumeCreatedUTC, here.volumeCreatedUTC);
+    EXPECT_EQ(there.targetCreatedUTC, here.targetCreatedUTC);
+    EXPECT_EQ(there.volumeCreated, here.volumeCreated - 5 * 3600);
+    EXPECT_EQ(there.targetCreated, here.targetCreated - 5 * 3600);
+}
+
 TEST(AliasRecord, DamageEndsInAFormatErrorOrASoundParse)
 {
     const auto raw = samples::fromHex(demoAlias);
