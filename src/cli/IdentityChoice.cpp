@@ -35,7 +35,7 @@ Identities fitting(const Identities& identities, const QString& asked)
     const std::function<bool(const SigningIdentity&)> ways[] = {
         [&](const SigningIdentity& each) { return each.sha1 == asked.toUpper(); },
         [&](const SigningIdentity& each) { return each.name == asked; },
-        [&](const SigningIdentity& each) { return each.name.contains(asked); },
+        [&](const SigningIdentity& each) { return each.name.contains(asked, Qt::CaseInsensitive); },
     };
     Identities result;
     for (const auto& fits : ways) {
