@@ -179,7 +179,7 @@ TEST_F(SigningCommands, RefuseWhatMakesNoSense)
         {"another file", {u"sea.png"_s}, u"is neither"_s},
         {"another folder", {u"out"_s}, u"is neither"_s},
         {"a choice left open", {u"Example.app"_s}, u"name one with --identity"_s},
-        {"no such identity", {u"Example.app"_s, u"--identity"_s, u"Eve"_s}, u"no identity “Eve”"_s},
+        {"no such identity", {u"Example.app"_s, u"--identity"_s, u"Zoe"_s}, u"no identity “Zoe”"_s},
         {"an unknown option", {u"Example.app"_s, u"--planned"_s}, u"--planned"_s},
     };
     for (const Row& row : rows) {
