@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <random>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -110,15 +111,18 @@ namespace {
 File openBeside(const fs::path& target, fs::path& temporary)
 {
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    std::string pattern = (folder / ".vandor-XXXXXX").string();
-    const int descriptor = ::mkostemp(pattern.data(), O_CLOEXEC);
-    if (descriptor < 0)
-        throwErrno(folder.string());
-    temporary = pattern;
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    ::fchmod(descriptor, 0666 & ~mask);
-    return {descriptor, target};
+    std::random_device random;
+    for (;;) {
+        temporary = folder / (".vandor-" + std::to_string(random()));
+        // The usual makers of temporary files give 0600, and the umask that a file should have got
+        // can't be asked for without changing it for all threads.
+        const int descriptor =
+            ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (descriptor >= 0)
+            return {descriptor, target};
+        if (errno != EEXIST)
+            throwErrno(folder.string());
+    }
 }
 
 } // namespace

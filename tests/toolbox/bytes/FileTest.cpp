@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <system_error>
+#include <thread>
 
 namespace {
 
@@ -109,6 +111,26 @@ TEST_F(FileTest, AFullDiskNamesTheTargetAndLeavesNothing)
     }
     ::setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(entries(), 0U);
+}
+
+TEST_F(FileTest, ThreadsThatMakeFilesLeaveTheUmaskAlone)
+{
+    const mode_t before = ::umask(027);
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back([this, i] {
+                for (int round = 0; round < 1500; ++round)
+                    OutputFile(m_folder / std::to_string(i)).commit(true);
+            });
+    }
+    EXPECT_EQ(::umask(before), mode_t{027});
+    struct stat status { };
+    for (const auto& entry : fs::directory_iterator(m_folder)) {
+        ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, mode_t{0640});
+    }
+    EXPECT_EQ(entries(), 8U);
 }
 
 } // namespace
