@@ -59,6 +59,20 @@ void checkTables(const std::vector<BlockTable>& tables, uint64_t sectorCount)
     }
 }
 
+/// Chunks have bytes of their own. Some sharing is let pass; but an image in which thousands of
+/// chunks name the same megabytes would take days to read.
+void checkSharing(const std::vector<BlockTable>& tables, uint64_t dataForkLength)
+{
+    constexpr uint64_t mostUses = 4;
+    uint64_t left = dataForkLength * mostUses;
+    for (const BlockTable& table : tables)
+        for (const Chunk& chunk : table.chunks) {
+            if (chunk.length > left)
+                throw bytes::FormatError("too many chunks share their stored bytes");
+            left -= chunk.length;
+        }
+}
+
 /// Old writable images have a trailer behind plain sectors and nothing else.
 Udif plainImage(KolyTrailer trailer)
 {
@@ -101,6 +115,7 @@ Udif readUdif(const bytes::ByteSource& file)
         image.tables.push_back(std::move(table));
     }
     checkTables(image.tables, image.sectorCount());
+    checkSharing(image.tables, image.trailer.dataForkLength);
     return image;
 }
 

@@ -191,6 +191,21 @@ TEST(Udif, ComesBackAsItWasWritten)
     EXPECT_TRUE(disk.isEmpty(6 * 512, 4 * 512));
 }
 
+TEST(Udif, ChunksThatShareTheirBytesWithoutEndAreRefused)
+{
+    const auto repeat = [](uint64_t times) {
+        return smallImage([times](Udif& image) {
+            image.trailer.sectorCount = 4 + 2 * times;
+            image.tables[1].sectorCount = 2 * times;
+            image.tables[1].chunks.clear();
+            for (uint64_t i = 0; i < times; ++i)
+                image.tables[1].chunks.push_back({ChunkType::raw, 2 * i, 2, 0, 1024});
+        });
+    };
+    EXPECT_NO_THROW(readUdif(bytes::MemoryDevice(repeat(4))));
+    EXPECT_THROW(readUdif(bytes::MemoryDevice(repeat(5))), bytes::FormatError);
+}
+
 TEST(Udif, ContradictionsOfTheTrailerAreRefused)
 {
     struct Row {
