@@ -100,6 +100,7 @@ class Checker {
 public:
     explicit Checker(const VolumeFacts& facts)
         : m_facts(facts)
+        , m_rootNames(facts.rootNames.begin(), facts.rootNames.end())
     { }
 
     void check(std::span<const std::byte> file)
@@ -272,7 +273,7 @@ private:
             const IconLocation place = readIconLocation(record.value.bytes);
             if (record.name.starts_with(u'.'))
                 return; // hidden: often put far away on purpose, and often not there
-            if (!hasRootName(record.name))
+            if (!m_rootNames.contains(record.name))
                 remark("a place is kept for " + name + ", which is not on the volume");
             else if (m_frame && !isInside(place))
                 remark("the icon of " + name + " lies outside the window");
@@ -285,20 +286,21 @@ private:
             && place.y < m_frame->height;
     }
 
-    bool hasRootName(const std::u16string& name) const
-    {
-        return std::ranges::any_of(m_facts.rootNames, [&name](const std::u16string& other) {
-            return hfsplus::compareNames(name, other) == 0;
-        });
-    }
-
     static bool sameName(const std::string& a, const std::string& b)
     {
         const auto left = bytes::utf16FromUtf8(a), right = bytes::utf16FromUtf8(b);
         return left && right && hfsplus::decomposed(*left) == hfsplus::decomposed(*right);
     }
 
+    struct NameOrder {
+        bool operator()(std::u16string_view a, std::u16string_view b) const
+        {
+            return hfsplus::compareNames(a, b) < 0;
+        }
+    };
+
     const VolumeFacts& m_facts;
+    std::set<std::u16string_view, NameOrder> m_rootNames; // as the volume takes them for equal
     std::optional<WindowFrame> m_frame;
 };
 
