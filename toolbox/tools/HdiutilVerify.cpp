@@ -10,10 +10,12 @@ namespace tools {
 
 namespace {
 
-void printFaults(std::ostream& err, const std::vector<std::string>& faults)
+void printState(std::ostream& err, const VolumeState& state)
 {
-    for (const std::string& fault : faults)
+    for (const std::string& fault : state.faults)
         err << "hdiutil: verify: " << oneLine(fault) << '\n';
+    for (const std::string& remark : state.remarks)
+        err << "hdiutil: verify: harmless: " << oneLine(remark) << '\n';
 }
 
 } // namespace
@@ -34,11 +36,11 @@ int verifyImage(Session& session)
             << "hdiutil: verify failed - corrupt image\n";
         return 1;
     }
-    const std::vector<std::string> faults = volumeFaults(udif::DiskImage::open(path));
-    printFaults(err, faults);
+    const VolumeState volume = volumeState(udif::DiskImage::open(path));
+    printState(err, volume);
     if (checksums.hasChecksums)
         err << "hdiutil: verify: checksum of \"" << given << "\" is VALID\n";
-    if (!faults.empty()) {
+    if (!volume.faults.empty()) {
         err << "hdiutil: verify failed - the volume is damaged\n";
         return 1;
     }

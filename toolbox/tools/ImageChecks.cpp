@@ -41,14 +41,19 @@ bool hasFile(const hfsplus::Volume& volume, std::string_view path)
     }
 }
 
-void checkStore(const hfsplus::Volume& volume, std::vector<std::string>& faults)
+void note(VolumeState& state, bool damage, std::string line)
+{
+    (damage ? state.faults : state.remarks).push_back(std::move(line));
+}
+
+void checkStore(const hfsplus::Volume& volume, VolumeState& state)
 {
     const auto store = volume.find(".DS_Store");
     if (!store || store->kind != hfsplus::EntryKind::file)
         return;
     const hfsplus::ForkReader fork = volume.dataFork(*store);
     if (fork.size() > storeLimit) {
-        faults.push_back(".DS_Store: larger than any store");
+        note(state, true, ".DS_Store: larger than any store");
         return;
     }
     finder::VolumeFacts facts{.volumeName = volume.name(), .rootNames = {}, .hasFile = {}};
@@ -57,7 +62,7 @@ void checkStore(const hfsplus::Volume& volume, std::vector<std::string>& faults)
     facts.hasFile = [&](const std::string& path) { return hasFile(volume, path); };
     const std::vector<std::byte> raw = fork.read(0, static_cast<std::size_t>(fork.size()));
     for (const finder::StoreFinding& finding : finder::checkStore(raw, facts))
-        faults.push_back(".DS_Store: " + finding.message);
+        note(state, finding.damage, ".DS_Store: " + finding.message);
 }
 
 } // namespace
@@ -74,24 +79,24 @@ void printChecksums(std::ostream& out, const udif::Verification& verification)
             verification.masterComputed == verification.masterStored.value);
 }
 
-std::vector<std::string> volumeFaults(const udif::DiskImage& image)
+VolumeState volumeState(const udif::DiskImage& image)
 {
     const udif::Partition* partition = image.partitions().hfsPlusPartition();
     if (partition == nullptr)
         return {};
     const bytes::SourceRange source(image.disk(), partition->firstSector * udif::sectorBytes,
         partition->sectorCount * udif::sectorBytes);
-    std::vector<std::string> faults;
+    VolumeState state;
     for (const hfsplus::Finding& finding : hfsplus::checkVolume(source))
-        faults.push_back(finding.message);
+        note(state, finding.damage, finding.message);
     try {
-        checkStore(hfsplus::Volume(source), faults);
+        checkStore(hfsplus::Volume(source), state);
     } catch (const bytes::FormatError& damage) {
         // The check of the volume says the same, and more of it.
-        if (faults.empty())
-            faults.emplace_back(damage.what());
+        if (state.faults.empty())
+            note(state, true, damage.what());
     }
-    return faults;
+    return state;
 }
 
 } // namespace tools

@@ -17,8 +17,14 @@ namespace tools {
 /// master checksum.
 void printChecksums(std::ostream& out, const udif::Verification& verification);
 
-/// The faults of the HFS+ volume inside and of the Finder's store at its root, one line each.
-/// Throws what reading the image throws.
-std::vector<std::string> volumeFaults(const udif::DiskImage& image);
+/// What there is to say of a volume, one line each.
+struct VolumeState {
+    std::vector<std::string> faults; // damage
+    std::vector<std::string> remarks; // what is odd and harmless
+};
+
+/// Looks at the HFS+ volume inside and at the Finder's store at its root; nothing is said of other
+/// volumes. Throws what reading the image throws.
+VolumeState volumeState(const udif::DiskImage& image);
 
 } // namespace tools

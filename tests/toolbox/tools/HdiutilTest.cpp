@@ -47,6 +47,8 @@ TEST(Hdiutil, EveryFailureIsOneLineOfTheMacsForm)
         {"create into a missing folder",
             {"create", "-srcfolder", source, "-ov", "-format", "UDRW", none + "/x.dmg"},
             "create failed - No such file or directory"},
+        {"create of a file", {"create", "-srcfolder", image, test.path("x.dmg")},
+            "create failed - Not a directory"},
         {"create in an unknown format",
             {"create", "-srcfolder", source, "-format", "UDXX", test.path("x.dmg")},
             "create failed - \"UDXX\" is not an image format"},
@@ -54,6 +56,9 @@ TEST(Hdiutil, EveryFailureIsOneLineOfTheMacsForm)
             {"create", "-srcfolder", source, "-format", "ULFO", test.path("x.dmg")},
             "create failed - this version can't write ULFO images yet"},
         {"attach of nothing", {"attach", none}, "attach failed - No such file or directory"},
+        {"attach of a folder", {"attach", source}, "attach failed - image not recognized"},
+        {"attach over all volumes", {"attach", "-mountpoint", "/Volumes", image},
+            "attach failed - Resource busy"},
         {"attach of something else", {"attach", test.path("text.dmg")},
             "attach failed - image not recognized"},
         {"detach of nothing", {"detach", "/Volumes/none"},
@@ -68,6 +73,8 @@ TEST(Hdiutil, EveryFailureIsOneLineOfTheMacsForm)
         {"convert into a missing folder",
             {"convert", image, "-format", "UDZO", "-o", none + "/x.dmg"},
             "convert failed - Invalid argument"},
+        {"convert to a folder's name", {"convert", image, "-format", "UDZO", "-o", none + "/"},
+            "convert failed - Is a directory"},
         {"convert to a format of a later version",
             {"convert", image, "-format", "ULMO", "-o", test.path("x.dmg")},
             "convert failed - this version can't write ULMO images yet"},
@@ -84,6 +91,49 @@ TEST(Hdiutil, EveryFailureIsOneLineOfTheMacsForm)
     EXPECT_EQ(readFile(test.path("there.dmg")), "old");
     for (const auto& entry : fs::directory_iterator(test.folder()))
         EXPECT_THAT(entry.path().filename().string(), Not(StartsWith(".vandor")));
+}
+
+TEST(Hdiutil, KnowsTheExtensionInAnyLetters)
+{
+    const ToolTest test;
+    struct Row {
+        std::string asked, made;
+    };
+    for (const Row& row : {Row{"a", "a.dmg"}, Row{"b.DMG", "b.DMG"}, Row{"c.1", "c.1.dmg"}}) {
+        const Outcome convert = run(hdiutil,
+            {"convert", test.image("source.dmg"), "-format", "UDRO", "-o", test.path(row.asked)});
+        EXPECT_THAT(convert.out, EndsWith("created: " + test.path(row.made) + "\n"));
+        EXPECT_TRUE(fs::exists(test.path(row.made))) << row.made;
+    }
+}
+
+TEST(Hdiutil, AnImageMayLieInTheFolderThatItIsMadeOf)
+{
+    const ToolTest test;
+    const fs::path inside = test.source() / "inside.dmg";
+    EXPECT_EQ(
+        run(hdiutil, {"create", "-srcfolder", test.source(), "-format", "UDRW", inside}).status, 0);
+    fs::rename(inside, test.path("moved.dmg"));
+    run(hdiutil, {"attach", test.path("moved.dmg")});
+    EXPECT_EQ(treeOf(test.volume("source")), treeOf(test.source()));
+}
+
+TEST(Hdiutil, WhoeverOnlyLooksNeedsNoStateFolder)
+{
+    const ToolTest test;
+    const std::string image = test.path("a.dmg");
+    ::setenv("VANDOR_STATE", "/dev/null/state", 1);
+    EXPECT_EQ(run(hdiutil, {"create", "-srcfolder", test.source(), image}).status, 0);
+    EXPECT_EQ(run(hdiutil, {"convert", image, "-format", "UDRW", "-o", test.path("b")}).status, 0);
+    EXPECT_EQ(run(hdiutil, {"verify", image}).status, 0);
+    EXPECT_EQ(run(hdiutil, {"imageinfo", image}).status, 0);
+    EXPECT_EQ(run(hdiutil, {"info"}).status, 0);
+    EXPECT_EQ(run(tools::setFile, {"-a", "C", image}).status, 0);
+    EXPECT_EQ(run(diskutil, {"eject", "disk4"}).err, "Unable to find disk for disk4\n");
+    const Outcome attach = run(hdiutil, {"attach", "-noverify", image});
+    EXPECT_EQ(attach.err,
+        "hdiutil: attach failed - Not a directory (/dev/null/state, where attached volumes are "
+        "kept)\n");
 }
 
 TEST(Hdiutil, AWrongCallShowsTheUsage)
@@ -205,6 +255,21 @@ TEST(Hdiutil, VerifyFindsADamagedVolumeBehindGoodChecksums)
     EXPECT_EQ(verify.status, 1);
     EXPECT_THAT(verify.err, EndsWith("hdiutil: verify failed - the volume is damaged\n"));
     EXPECT_THAT(verify.err, HasSubstr("is VALID"));
+}
+
+TEST(Hdiutil, VerifyNamesWhatIsHarmlessAndPasses)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg");
+    std::string bytes = readFile(image);
+    bytes[20480 + 1024 + 6] = 0; // the header's mark of a clean unmount; its copy keeps it
+    writeFile(image, bytes);
+    const std::string path = test.path("c.dmg");
+    run(hdiutil, {"convert", image, "-format", "UDZO", "-o", path});
+    const Outcome verify = run(hdiutil, {"verify", path});
+    EXPECT_EQ(verify.status, 0);
+    EXPECT_THAT(verify.err, HasSubstr("verify: harmless: volume header: the volume was not unm"));
+    EXPECT_THAT(verify.err, HasSubstr("verify: harmless: alternate volume header: differs"));
 }
 
 TEST(Hdiutil, VerifyLooksIntoTheFindersStore)
