@@ -9,7 +9,7 @@
 namespace udif {
 
 /// A GUID in the byte order of a partition table: the first three groups little-endian, the last
-/// two as written (UEFI specification, appendix A).
+/// two as written (UEFI, appendix A).
 struct Guid {
     std::array<std::byte, 16> stored{};
 

@@ -9,7 +9,7 @@ namespace bytes {
 class ByteDevice;
 } // namespace bytes
 
-/// GUID partition tables (UEFI specification, chapter 5).
+/// GUID partition tables (UEFI, chapter 5).
 namespace udif {
 
 inline constexpr Guid appleHfsType = Guid::of("48465300-0000-11AA-AA11-00306543ECAC");
