@@ -3,14 +3,15 @@
 #include "bytes/ByteDevice.h"
 #include "bytes/File.h"
 #include "bytes/Interruption.h"
+#include "hfsplus/FolderChanges.h"
 #include "hfsplus/Volume.h"
 #include "hfsplus/VolumeEditor.h"
 #include "hfsplus/VolumeExtractor.h"
 #include "udif/DiskImage.h"
+#include "volumes/DeviceName.h"
 #include "volumes/MountName.h"
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <ctime>
 #include <sys/stat.h>
@@ -70,26 +71,33 @@ bool mayWrite(const udif::DiskImage& disk, AttachOptions::Access access)
     return false;
 }
 
-/// The N of "disk4", "/dev/disk4", "disk4s1".
-std::optional<unsigned> diskNamed(std::string_view target)
+/// Absolute, without "." and trailing slashes.
+std::string mountPointNamed(const fs::path& path)
 {
-    if (target.starts_with("/dev/"))
-        target.remove_prefix(5);
-    if (!target.starts_with("disk"))
-        return std::nullopt;
-    unsigned disk = 0;
-    const char* last = target.data() + target.size();
-    const auto [end, fault] = std::from_chars(target.data() + 4, last, disk);
-    if (fault != std::errc{} || (end != last && *end != 's'))
-        return std::nullopt;
-    return disk;
+    std::string text = fs::absolute(path).lexically_normal().string();
+    while (text.size() > 1 && text.back() == '/')
+        text.pop_back();
+    return text;
 }
 
-std::string withoutTrailingSlashes(std::string path)
+/// Where an attached image is now: a file that was renamed beside its old place is still the one.
+std::optional<fs::path> currentPlaceOf(const AttachedImage& image)
 {
-    while (path.size() > 1 && path.back() == '/')
-        path.pop_back();
-    return path;
+    if (FileIdentity::of(image.image) == image.identity)
+        return image.image;
+    std::error_code fault;
+    for (fs::directory_iterator entry(image.image.parent_path(), fault), end;
+         !fault && entry != end; entry.increment(fault)) {
+        if (entry->is_regular_file(fault) && FileIdentity::of(entry->path()) == image.identity)
+            return entry->path();
+    }
+    return std::nullopt;
+}
+
+bool wasChanged(const fs::path& folder, const hfsplus::FolderSnapshot& before)
+{
+    const auto items = hfsplus::listFolder(hfsplus::HostFolder::open(folder), before);
+    return !hfsplus::FolderChanges::between(before, items, [](auto) { return false; }).empty();
 }
 
 } // namespace
@@ -136,9 +144,8 @@ AttachedVolumes::AttachedVolumes(StateFolder state)
 
 AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions& options)
 {
-    if (const auto known = attachedAs(identityOfExisting(image)); known && known->isMounted())
-        return {*known, {}};
-
+    identityOfExisting(image); // a missing file is no reason to make folders
+    state().make();
     const Opened opened(image, options);
     Claim claimed = claim(opened, options);
     AttachResult result{std::move(claimed.image), {}};
@@ -169,6 +176,9 @@ AttachedVolumes::Claim AttachedVolumes::claim(
         std::optional<FileLock> registry = m_registry.lock();
         m_registry.sweep();
         const auto known = attachedAs(opened.facts.identity);
+        if (known && !known->writable && opened.facts.writable
+            && options.access == AttachOptions::Access::readWrite)
+            throw VolumeError(VolumeError::Case::attachedAlready);
         if (known && (known->isMounted() || (known->stage == Stage::unmounted && !options.mount)))
             return {*known, std::nullopt};
 
@@ -212,12 +222,14 @@ void AttachedVolumes::chooseFolder(AttachedImage& image, const fs::path& mountPo
                 return;
         }
     }
-    image.mountPoint = withoutTrailingSlashes(mountPoint.lexically_normal().string());
+    image.mountPoint = mountPointNamed(mountPoint);
     image.folder = state.hostPath(image.mountPoint);
     image.ownsFolder = image.folder.parent_path() == state.volumes();
     if (image.ownsFolder) {
         if (fs::exists(fs::symlink_status(image.folder)))
             throwError(EBUSY, image.folder);
+    } else if (image.folder == state.volumes()) {
+        throwError(EBUSY, image.folder);
     } else if (!fs::is_directory(image.folder)) {
         throwError(ENOENT, image.folder);
     } else if (!fs::is_empty(image.folder)) {
@@ -240,7 +252,7 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
     const bytes::Uninterrupted whole;
     if (entry->isMounted() && entry->writable) {
         try {
-            writeBack(*entry, options.fixedTime);
+            result.lost = writeBack(*entry, options.fixedTime);
         } catch (const std::exception& failure) {
             if (!options.force)
                 throw;
@@ -258,14 +270,15 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
     return result;
 }
 
-void AttachedVolumes::writeBack(const AttachedImage& image, std::optional<uint32_t> fixedTime) const
+std::string AttachedVolumes::writeBack(
+    const AttachedImage& image, std::optional<uint32_t> fixedTime) const
 {
-    // On a Mac too, what is written to an image that somebody deleted goes with it.
-    if (FileIdentity::of(image.image) != image.identity)
-        return;
-    udif::DiskImage disk = udif::DiskImage::open(image.image, udif::DiskImage::Access::readWrite);
-    bytes::DeviceRange volume(disk.writableDisk(), image.volume.start, image.volume.length);
     const auto before = hfsplus::FolderSnapshot::load(m_registry.snapshotFile(image.disk));
+    const auto place = currentPlaceOf(image);
+    if (!place)
+        return wasChanged(image.folder, before) ? "the image file is gone" : "";
+    udif::DiskImage disk = udif::DiskImage::open(*place, udif::DiskImage::Access::readWrite);
+    bytes::DeviceRange volume(disk.writableDisk(), image.volume.start, image.volume.length);
     try {
         hfsplus::VolumeEditor(volume, image.folder, before, {.fixedTime = fixedTime}).apply();
     } catch (const hfsplus::NoSpaceOnVolume& full) {
@@ -273,6 +286,7 @@ void AttachedVolumes::writeBack(const AttachedImage& image, std::optional<uint32
             std::to_string(full.neededBytes()) + " bytes needed, "
                 + std::to_string(full.freeBytes()) + " free");
     }
+    return {};
 }
 
 void AttachedVolumes::save(const AttachedImage& image) const
@@ -292,6 +306,8 @@ std::optional<AttachedImage> AttachedVolumes::attachedAs(const FileIdentity& ide
 
 std::vector<AttachedImage> AttachedVolumes::list() const
 {
+    if (!state().exists())
+        return {};
     const FileLock registry = m_registry.lock();
     m_registry.sweep();
     std::vector<AttachedImage> images = m_registry.list();
@@ -303,10 +319,12 @@ std::vector<AttachedImage> AttachedVolumes::list() const
 
 AttachedVolumes::Lookup AttachedVolumes::find(const std::string& target) const
 {
-    const auto disk = diskNamed(target);
-    const std::string mountPoint = withoutTrailingSlashes(target);
+    if (target.empty() || !state().exists())
+        return {};
+    const auto device = DeviceName::read(target);
+    const std::string mountPoint = mountPointNamed(target);
     const auto meant = [&](const AttachedImage& image) {
-        return disk ? image.disk == *disk : image.mountPoint == mountPoint;
+        return device ? device->names(image) : image.mountPoint == mountPoint;
     };
     std::vector<AttachedImage> tidied;
     {
@@ -326,6 +344,8 @@ AttachedVolumes::Lookup AttachedVolumes::find(const std::string& target) const
 
 bool AttachedVolumes::isBeingWritten(const fs::path& image) const
 {
+    if (!state().exists())
+        return false;
     const FileLock registry = m_registry.lock();
     m_registry.sweep();
     const auto identity = FileIdentity::of(image);

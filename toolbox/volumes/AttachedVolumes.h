@@ -32,7 +32,8 @@ struct ReleaseOptions {
 };
 
 struct ReleaseResult {
-    /// Why changes could not be written back, when `force` let them go; else empty.
+    /// Why changes could not be written back, when `force` let them go or the image is gone; else
+    /// empty.
     std::string lost;
 };
 
@@ -41,12 +42,14 @@ struct ReleaseResult {
 /// meanwhile and nothing else. May be used by several tools at once.
 class AttachedVolumes {
 public:
+    /// The folder is made by the first attach.
     explicit AttachedVolumes(StateFolder state);
 
     const StateFolder& state() const { return m_registry.state(); }
 
-    /// `image` must be absolute. An attached image is only looked up, or mounted again. Throws
-    /// VolumeError, udif::ImageError, bytes::FormatError for a damaged image, std::system_error.
+    /// `image` must be absolute. An attached image is only looked up, or mounted again; asking to
+    /// write to one that is attached read-only is an error. Throws VolumeError, udif::ImageError,
+    /// bytes::FormatError for a damaged image, std::system_error.
     AttachResult attach(const std::filesystem::path& image, const AttachOptions& options);
 
     /// Unmounts and, unless asked otherwise, detaches. When it throws, the volume is attached and
@@ -61,7 +64,8 @@ public:
         /// It was there, but as a leftover of a killed tool that has now been tidied away.
         bool tidiedAway = false;
     };
-    /// `target` is a mount point or a device: "disk4", "/dev/disk4", "disk4s1".
+    /// `target` is a mount point, which may be relative, or a device: "disk4", "/dev/disk4",
+    /// "disk4s1".
     Lookup find(const std::string& target) const;
 
     /// Whether the file is attached for writing, so that its content isn't settled.
@@ -78,7 +82,7 @@ private:
     std::optional<AttachedImage> attachedAs(const FileIdentity& identity) const;
     void chooseFolder(AttachedImage& image, const std::filesystem::path& mountPoint) const;
     void save(const AttachedImage& image) const;
-    void writeBack(const AttachedImage& image, std::optional<uint32_t> fixedTime) const;
+    std::string writeBack(const AttachedImage& image, std::optional<uint32_t> fixedTime) const;
 
     AttachmentRegistry m_registry;
 };

@@ -1,5 +1,7 @@
 #include "volumes/MountName.h"
 
+#include <string_view>
+
 namespace volumes {
 
 namespace {
@@ -16,11 +18,21 @@ void cutAtCharacter(std::string& name, std::size_t limit)
     name.resize(limit);
 }
 
+/// Next line, line and paragraph separator: readers of a list may split there as well.
+void replaceWideLineEnds(std::string& name)
+{
+    for (const std::string_view lineEnd : {"\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"}) {
+        for (std::size_t at = 0; (at = name.find(lineEnd, at)) != std::string::npos;)
+            name.replace(at, lineEnd.size(), "_");
+    }
+}
+
 } // namespace
 
 std::string mountNameFor(const std::string& volumeName)
 {
     std::string name = volumeName;
+    replaceWideLineEnds(name);
     for (char& unit : name) {
         const auto value = static_cast<unsigned char>(unit);
         if (unit == '/')
@@ -29,6 +41,8 @@ std::string mountNameFor(const std::string& volumeName)
             unit = '_';
     }
     cutAtCharacter(name, nameLimit);
+    // A list's reader takes a path to the line's end, less the blanks there.
+    name.erase(name.find_last_not_of(' ') + 1);
     return name.empty() || name == "." || name == ".." ? "Untitled" : name;
 }
 

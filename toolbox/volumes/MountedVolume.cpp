@@ -12,6 +12,8 @@ namespace fs = std::filesystem;
 std::vector<MountedVolume> mountedVolumes(const StateFolder& state)
 {
     std::vector<MountedVolume> mounted;
+    if (!state.exists())
+        return mounted;
     for (AttachedImage& image : AttachmentRegistry(state).list()) {
         if (!image.isMounted())
             continue;

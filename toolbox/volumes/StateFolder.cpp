@@ -1,12 +1,9 @@
 #include "volumes/StateFolder.h"
 
-#include "bytes/File.h"
-
 #include <cerrno>
 #include <cstdlib>
 #include <pwd.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace volumes {
@@ -15,26 +12,54 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// An existing folder keeps its mode: the variable may name one that is shared.
 void makeFolder(const fs::path& folder)
 {
     if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
-        bytes::throwErrno(folder.string());
+        throw StateFolderError(errno, folder);
+}
+
+bool isOurs(const struct stat& status)
+{
+    return status.st_uid == ::geteuid();
+}
+
+/// The user or an administrator may keep the folder elsewhere; a link that anybody else put there
+/// would have us work wherever they like.
+struct stat statusOfFolder(const fs::path& folder)
+{
+    struct stat status { };
+    if (::lstat(folder.c_str(), &status) != 0)
+        throw StateFolderError(errno, folder);
+    if (S_ISLNK(status.st_mode)) {
+        if (!isOurs(status) && status.st_uid != 0)
+            throw StateFolderError(EPERM, folder);
+        if (::stat(folder.c_str(), &status) != 0)
+            throw StateFolderError(errno, folder);
+    }
+    if (!S_ISDIR(status.st_mode))
+        throw StateFolderError(ENOTDIR, folder);
+    return status;
+}
+
+/// The variable may name a folder that is shared, so its mode is the user's affair, as long as
+/// nobody else can put other folders into the place of ours.
+void checkRoot(const fs::path& folder)
+{
+    const struct stat status = statusOfFolder(folder);
+    const bool anybodyRenames = (status.st_mode & S_IWOTH) != 0 && (status.st_mode & S_ISVTX) == 0;
+    if ((!isOurs(status) && status.st_uid != 0) || anybodyRenames)
+        throw StateFolderError(EPERM, folder);
 }
 
 /// Others must neither read what is kept here nor put anything in: an attached volume may hold an
 /// application that is about to be signed.
-void makePrivate(const fs::path& folder)
+void checkPrivate(const fs::path& folder)
 {
-    makeFolder(folder);
-    struct stat status { };
-    if (::stat(folder.c_str(), &status) != 0)
-        bytes::throwErrno(folder.string());
-    const int fault = !S_ISDIR(status.st_mode) ? ENOTDIR : status.st_uid != ::geteuid() ? EPERM : 0;
-    if (fault != 0)
-        throw std::system_error(fault, std::generic_category(), folder.string());
+    const struct stat status = statusOfFolder(folder);
+    if (!isOurs(status))
+        throw StateFolderError(EPERM, folder);
     if ((status.st_mode & 0777) != 0700 && ::chmod(folder.c_str(), 0700) != 0)
-        bytes::throwErrno(folder.string());
+        throw StateFolderError(errno, folder);
 }
 
 const char* valueOf(const char* variable)
@@ -53,25 +78,58 @@ fs::path homeFolder()
 
 } // namespace
 
-StateFolder::StateFolder(const fs::path& root)
+StateFolderError::StateFolderError(int code, const fs::path& folder)
+    : std::system_error(code, std::generic_category())
+    , m_what(this->code().message() + " (" + folder.string() + ", where attached volumes are kept)")
+{ }
+
+StateFolder::StateFolder(const fs::path& root, Making making)
     : m_root(fs::absolute(root).lexically_normal())
     , m_volumes(m_root / "Volumes")
     , m_attached(m_root / "attached")
 {
-    if (m_root.has_parent_path())
-        fs::create_directories(m_root.parent_path());
-    makeFolder(m_root);
-    makePrivate(m_volumes);
-    makePrivate(m_attached);
+    if (making == Making::now)
+        make();
 }
 
-StateFolder StateFolder::ofUser()
+StateFolder StateFolder::ofUser(Making making)
 {
     if (const char* root = valueOf("VANDOR_STATE"))
-        return StateFolder(root);
+        return StateFolder(root, making);
     if (const char* data = valueOf("XDG_DATA_HOME"))
-        return StateFolder(fs::path(data) / "vandor-dmg");
-    return StateFolder(homeFolder() / ".local/share/vandor-dmg");
+        return StateFolder(fs::path(data) / "vandor-dmg", making);
+    return StateFolder(homeFolder() / ".local/share/vandor-dmg", making);
+}
+
+void StateFolder::make() const
+{
+    std::error_code fault;
+    fs::create_directories(m_root.parent_path(), fault);
+    if (fault)
+        throw StateFolderError(fault.value(), m_root);
+    makeFolder(m_root);
+    checkRoot(m_root);
+    makeFolder(m_volumes);
+    makeFolder(m_attached);
+    check();
+}
+
+bool StateFolder::exists() const
+{
+    std::error_code unreachable;
+    for (const fs::path& folder : {m_root, m_volumes, m_attached}) {
+        if (!fs::exists(fs::symlink_status(folder, unreachable)))
+            return false;
+    }
+    check();
+    return true;
+}
+
+void StateFolder::check() const
+{
+    checkRoot(m_root);
+    checkPrivate(m_volumes);
+    checkPrivate(m_attached);
 }
 
 fs::path StateFolder::hostPath(const fs::path& path) const
