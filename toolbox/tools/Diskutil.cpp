@@ -12,6 +12,7 @@
 namespace tools {
 
 using volumes::AttachedImage;
+using volumes::StateFolder;
 using volumes::VolumeError;
 
 namespace {
@@ -194,7 +195,7 @@ int diskutil(std::span<const std::string> arguments, std::ostream& out, std::ost
 
     try {
         std::ostream nowhere(nullptr);
-        volumes::AttachedVolumes attached(volumes::StateFolder::ofUser());
+        volumes::AttachedVolumes attached(StateFolder::ofUser(StateFolder::Making::whenNeeded));
         Session session{attached, arguments[0], force, quiet ? nowhere : out, err};
         return verb->run(session);
     } catch (const std::exception& failure) {

@@ -3,8 +3,10 @@
 #include "bytes/FormatError.h"
 #include "tools/Text.h"
 #include "udif/ImageError.h"
+#include "volumes/StateFolder.h"
 #include "volumes/VolumeError.h"
 
+#include <cerrno>
 #include <new>
 #include <system_error>
 
@@ -14,8 +16,10 @@ namespace {
 
 std::string reasonInWords(const std::exception& failure)
 {
+    if (dynamic_cast<const volumes::StateFolderError*>(&failure) != nullptr)
+        return failure.what();
     if (const auto* host = dynamic_cast<const std::system_error*>(&failure))
-        return host->code().message();
+        return host->code().value() == EBUSY ? "Resource busy" : host->code().message();
     if (dynamic_cast<const bytes::FormatError*>(&failure) != nullptr)
         return std::string("corrupt image (") + failure.what() + ")";
     if (dynamic_cast<const volumes::VolumeError*>(&failure) != nullptr

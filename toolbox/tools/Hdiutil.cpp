@@ -4,12 +4,16 @@
 #include "tools/HdiutilVerbs.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <charconv>
 #include <ostream>
+#include <system_error>
 
 namespace tools {
 
 namespace fs = std::filesystem;
+using volumes::StateFolder;
 
 namespace {
 
@@ -55,7 +59,7 @@ int run(const Verb& verb, std::span<const std::string> words, std::ostream& out,
     try {
         const Arguments arguments(words, known);
         std::ostream nowhere(nullptr);
-        volumes::AttachedVolumes attached(volumes::StateFolder::ofUser());
+        volumes::AttachedVolumes attached(StateFolder::ofUser(StateFolder::Making::whenNeeded));
         Session session{arguments, attached, arguments.has("-quiet") ? nowhere : out, err};
         return verb.run(session);
     } catch (const UsageError& mistake) {
@@ -101,6 +105,19 @@ std::optional<int> compressionLevel(const Arguments& arguments)
             return level;
     }
     throw UsageError("-imagekey " + *key + ": unknown key or value");
+}
+
+fs::path imagePath(fs::path path)
+{
+    if (!path.has_filename())
+        throw std::system_error(EISDIR, std::generic_category(), path.string());
+    constexpr std::string_view extension = ".dmg";
+    const std::string given = path.extension().string();
+    const bool has = std::ranges::equal(
+        given, extension, {}, [](unsigned char letter) { return std::tolower(letter); });
+    if (!has)
+        path += extension;
+    return path;
 }
 
 } // namespace tools

@@ -44,7 +44,7 @@ AttachOptions optionsFor(const Session& session)
         options.access = AttachOptions::Access::readOnly;
     options.mount = !arguments.has("-nomount");
     if (const auto path = arguments.value("-mountpoint"))
-        options.mountPoint = fs::absolute(*path);
+        options.mountPoint = *path;
     return options;
 }
 

@@ -42,9 +42,7 @@ int convertImage(Session& session)
 {
     const Arguments& arguments = session.arguments;
     const fs::path source = session.hostPath(arguments.onlyOperand());
-    fs::path named = arguments.required("-o");
-    if (named.extension() != ".dmg")
-        named += ".dmg";
+    const fs::path named = imagePath(arguments.required("-o"));
     const fs::path target = session.hostPath(named);
 
     udif::ConvertOptions options;

@@ -29,13 +29,6 @@ void requireSupported(const Arguments& arguments)
     }
 }
 
-fs::path withExtension(fs::path path)
-{
-    if (!path.has_extension())
-        path += ".dmg";
-    return path;
-}
-
 std::string volumeName(const Arguments& arguments, const fs::path& folder)
 {
     if (auto name = arguments.value("-volname"))
@@ -61,7 +54,9 @@ int createImage(Session& session)
 {
     const Arguments& arguments = session.arguments;
     requireSupported(arguments);
-    const fs::path named = withExtension(arguments.onlyOperand());
+    fs::path named = arguments.onlyOperand();
+    if (!named.has_extension())
+        named = imagePath(named);
     const fs::path target = session.hostPath(named);
 
     volumes::CreateOptions options;

@@ -65,4 +65,8 @@ int printImageInfo(Session& session);
 /// The level in "-imagekey zlib-level=N" or "bzip2-level=N"; throws UsageError for other keys.
 std::optional<int> compressionLevel(const Arguments& arguments);
 
+/// `path` with ".dmg" behind, unless it ends so in capital or small letters. Throws
+/// std::system_error (EISDIR) for a folder's name.
+std::filesystem::path imagePath(std::filesystem::path path);
+
 } // namespace tools

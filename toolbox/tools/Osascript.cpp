@@ -130,8 +130,10 @@ int run(const Request& request, const OsascriptHost& host, std::ostream& out, st
 
 std::vector<applescript::MountedVolume> attachedVolumes()
 {
+    using volumes::StateFolder;
+    const auto state = StateFolder::ofUser(StateFolder::Making::whenNeeded);
     std::vector<applescript::MountedVolume> seen;
-    for (volumes::MountedVolume& volume : volumes::mountedVolumes(volumes::StateFolder::ofUser())) {
+    for (volumes::MountedVolume& volume : volumes::mountedVolumes(state)) {
         applescript::MountedVolume one{
             volume.name, volume.mountPoint, volume.folder, volume.writable, volume.createDate, {}};
         one.identityOf = [volume = std::move(volume)](

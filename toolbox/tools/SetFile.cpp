@@ -13,6 +13,7 @@
 namespace tools {
 
 namespace fs = std::filesystem;
+using volumes::StateFolder;
 
 namespace {
 
@@ -105,8 +106,8 @@ void apply(const fs::path& path, const Change& change)
     macfile::writeMetadata(path, metadata);
 }
 
-bool setOne(const volumes::StateFolder& state, const std::string& given, const Change& change,
-    std::ostream& err)
+bool setOne(
+    const StateFolder& state, const std::string& given, const Change& change, std::ostream& err)
 {
     try {
         // The tool follows a link; what the host keeps is kept with the file behind it.
@@ -131,7 +132,7 @@ int setFile(std::span<const std::string> arguments, std::ostream&, std::ostream&
     try {
         const Arguments parsed(arguments, known);
         const Change change = changeFrom(parsed);
-        const auto state = volumes::StateFolder::ofUser();
+        const auto state = StateFolder::ofUser(StateFolder::Making::whenNeeded);
         bool allDone = true;
         for (const std::string& path : parsed.operands())
             allDone = setOne(state, path, change, err) && allDone;

@@ -46,19 +46,22 @@ uint64_t volumeIDFrom(uint64_t seed)
     return seed | 0x0000'0001'0000'0001;
 }
 
-void writeDisk(bytes::File& disk, const CreateOptions& options)
+hfsplus::BuildOptions buildOptionsFrom(const CreateOptions& options)
 {
     hfsplus::BuildOptions build;
     build.volumeName = options.volumeName;
     build.slackBytes = slackFor(options.folder);
     build.fixedTime = options.fixedTime;
     build.volumeID = volumeIDFrom(options.identifierSeed);
-    hfsplus::VolumeBuilder builder(options.folder, build);
+    return build;
+}
 
+void writeDisk(bytes::File& disk, hfsplus::VolumeBuilder& builder, uint64_t identifierSeed)
+{
     udif::SingleVolumeDisk plan;
     plan.volumeSectors = builder.volumeBytes() / udif::sectorBytes;
-    plan.diskID = udif::Guid::derived(options.identifierSeed);
-    plan.partitionID = udif::Guid::derived(~options.identifierSeed);
+    plan.diskID = udif::Guid::derived(identifierSeed);
+    plan.partitionID = udif::Guid::derived(~identifierSeed);
     disk.resize(plan.diskSectors() * udif::sectorBytes);
     udif::writeGuidPartitionTable(disk, plan);
     bytes::DeviceRange volume(
@@ -71,13 +74,17 @@ void writeDisk(bytes::File& disk, const CreateOptions& options)
 void createImage(const fs::path& target, const CreateOptions& options)
 {
     udif::requireWritable(options.format);
-    if (!fs::is_directory(options.folder))
-        throw std::system_error(ENOENT, std::generic_category(), options.folder.string());
+    if (!fs::is_directory(options.folder)) {
+        const int fault = fs::exists(options.folder) ? ENOTDIR : ENOENT;
+        throw std::system_error(fault, std::generic_category(), options.folder.string());
+    }
     if (!options.replace && fs::exists(fs::symlink_status(target)))
         throw std::system_error(EEXIST, std::generic_category(), target.string());
 
+    // The folder is read before the image begins: the image may be meant to lie in it.
+    hfsplus::VolumeBuilder builder(options.folder, buildOptionsFrom(options));
     bytes::OutputFile output(target);
-    writeDisk(output.file(), options);
+    writeDisk(output.file(), builder, options.identifierSeed);
     if (options.format == udif::ImageFormat::UDRW) {
         output.commit(options.replace);
         return;

@@ -215,6 +215,17 @@ TEST(Programs, ASignalTakesTheUnfinishedAway)
     }
 }
 
+TEST(Programs, AFileThatMayNotGrowEndsInOneLineAndLeavesNothing)
+{
+    const ToolTest test;
+    const std::string line = "ulimit -f 4; exec '" + hdiutilPath + "' create -srcfolder '"
+        + test.source().string() + "' -format UDRW '" + test.path("a.dmg") + "'";
+    const Outcome create = runProgram("/bin/sh", {"-c", line});
+    EXPECT_EQ(create.status, 1);
+    EXPECT_EQ(create.err, "hdiutil: create failed - File too large\n");
+    EXPECT_EQ(hiddenFilesIn(test.folder()), std::vector<std::string>{});
+}
+
 TEST(Programs, SeveralBuildsAtOnceDontMeet)
 {
     const ToolTest test;
