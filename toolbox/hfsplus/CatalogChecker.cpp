@@ -10,26 +10,12 @@ namespace hfsplus {
 
 namespace {
 
-using namespace std::string_view_literals;
-
-constexpr std::u16string_view privateFolderName = u"\0\0\0\0HFS+ Private Data"sv;
 constexpr uint16_t typeMask = 0170000, folderType = 0040000, symlinkMode = 0120000,
                    regularType = 0100000;
 /// Types that a file's mode may have: pipe, character device, block device, file, link, socket.
 constexpr uint16_t fileTypes[] = {0010000, 0020000, 0060000, regularType, symlinkMode, 0140000};
 constexpr std::size_t deepestPath = 512;
 constexpr std::size_t longestDescription = 300; // bytes of a path; each entry's is put together
-
-bool hasTypeAndCreator(const CatalogFile& file, uint32_t type, uint32_t creator)
-{
-    const std::span<const std::byte> info = file.finderInfo;
-    return bytes::recordAt<be32>(info) == type && bytes::recordAt<be32>(info.subspan(4)) == creator;
-}
-
-bool isHardLink(const CatalogFile& file)
-{
-    return hasTypeAndCreator(file, hardLinkType, hardLinkCreator);
-}
 
 } // namespace
 

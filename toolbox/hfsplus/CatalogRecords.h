@@ -2,6 +2,9 @@
 
 #include "hfsplus/VolumeRecords.h"
 
+#include <span>
+#include <string_view>
+
 /// What the catalog says of files and folders (Apple TN1150, "Catalog File").
 namespace hfsplus {
 
@@ -73,5 +76,23 @@ inline constexpr uint32_t fourCharCode(const char (&code)[5])
 inline constexpr uint32_t symlinkType = fourCharCode("slnk"), symlinkCreator = fourCharCode("rhap"),
                           hardLinkType = fourCharCode("hlnk"),
                           hardLinkCreator = fourCharCode("hfs+");
+
+/// The Finder information of a file begins with its type and its creator.
+inline bool hasTypeAndCreator(const CatalogFile& file, uint32_t type, uint32_t creator)
+{
+    const std::span<const std::byte> info = file.finderInfo;
+    return bytes::recordAt<be32>(info) == type && bytes::recordAt<be32>(info.subspan(4)) == creator;
+}
+
+/// True for a name that leads to a file in the volume's private folder.
+inline bool isHardLink(const CatalogFile& file)
+{
+    return hasTypeAndCreator(file, hardLinkType, hardLinkCreator);
+}
+
+/// Where the files behind hard links live (Apple TN1150, "Hard Links"), in the root folder; the
+/// second is for links to folders.
+inline constexpr std::u16string_view privateFolderName{u"\0\0\0\0HFS+ Private Data", 21},
+    privateDirectoryName = u".HFS+ Private Directory Data\r";
 
 } // namespace hfsplus

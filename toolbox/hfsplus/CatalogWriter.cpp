@@ -12,8 +12,6 @@ namespace hfsplus {
 
 namespace {
 
-/// Where the files behind hard links live (Apple TN1150, "Hard Links").
-constexpr std::u16string_view privateFolderName{u"\0\0\0\0HFS+ Private Data", 21};
 constexpr int16_t privateFolderPlace = 0x4000; // out of any window's sight
 constexpr uint8_t immutableOwnerFlag = 2;
 constexpr uint16_t linkMode = 0100444, privateFolderMode = 0040000;

@@ -105,12 +105,13 @@ private:
 /// The path whose metadata the companion at `path` holds.
 std::string ownerOf(std::string_view path)
 {
-    const std::string folder(folderOf(path));
+    std::string owner(folderOf(path));
     const std::string_view name = nameOf(path);
     if (name == "._.")
-        return folder;
-    return (folder.empty() ? folder : folder + "/")
-        + std::string(name.substr(companionPrefix.size()));
+        return owner;
+    if (!owner.empty())
+        owner += '/';
+    return owner.append(name.substr(companionPrefix.size()));
 }
 
 } // namespace

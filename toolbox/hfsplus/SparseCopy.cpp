@@ -1,7 +1,8 @@
 #include "hfsplus/SparseCopy.h"
 
+#include "bytes/Zeros.h"
+
 #include <algorithm>
-#include <cstring>
 
 namespace hfsplus {
 
@@ -20,7 +21,7 @@ void writePages(bytes::File& file, uint64_t offset, std::span<const std::byte> r
     };
     for (std::size_t at = 0; at < raw.size(); at += pageBytes) {
         const std::size_t length = std::min(pageBytes, raw.size() - at);
-        if (!isZero(raw.subspan(at, length)))
+        if (!bytes::isZero(raw.subspan(at, length)))
             continue;
         flush(at);
         start = at + length;
@@ -29,13 +30,6 @@ void writePages(bytes::File& file, uint64_t offset, std::span<const std::byte> r
 }
 
 } // namespace
-
-bool isZero(std::span<const std::byte> raw)
-{
-    return raw.empty()
-        || (raw.front() == std::byte{0}
-            && std::memcmp(raw.data(), raw.data() + 1, raw.size() - 1) == 0);
-}
 
 void copySparse(const bytes::ByteSource& source, bytes::File& file)
 {

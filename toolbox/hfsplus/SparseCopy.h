@@ -9,6 +9,4 @@ namespace hfsplus {
 /// host keeps holes for them.
 void copySparse(const bytes::ByteSource& source, bytes::File& file);
 
-bool isZero(std::span<const std::byte> raw);
-
 } // namespace hfsplus

@@ -2,8 +2,8 @@
 
 #include "bytes/ByteReader.h"
 #include "bytes/FormatError.h"
+#include "bytes/Zeros.h"
 #include "hfsplus/BTreeReader.h"
-#include "hfsplus/SparseCopy.h"
 
 #include <algorithm>
 #include <bit>
@@ -169,7 +169,7 @@ void TreeChecker::checkNode(
     if (node.count() == 0)
         report(number, "has no records");
     // What a driver does that deletes records in place.
-    m_findings.prefer(isZero(node.freeSpace()),
+    m_findings.prefer(bytes::isZero(node.freeSpace()),
         m_rules.name + " tree: node " + std::to_string(number)
             + ": has leftovers in its free space");
     for (std::size_t i = 0; i < node.count(); ++i) {
@@ -217,7 +217,7 @@ void TreeChecker::checkMap()
             report(number,
                 m_map[number] ? "is marked used, but nothing leads there"
                               : "is used, but marked free");
-        if (!m_reached[number] && m_rules.unusedNodesAreZero && !isZero(nodeAt(number)))
+        if (!m_reached[number] && m_rules.unusedNodesAreZero && !bytes::isZero(nodeAt(number)))
             report(number, "unused node is not erased");
     }
     if (std::find(m_map.begin() + m_header.totalNodes, m_map.end(), true) != m_map.end())

@@ -12,13 +12,10 @@ namespace hfsplus {
 namespace {
 
 using bytes::FormatError;
-using namespace std::string_view_literals;
-
-constexpr std::u16string_view privateFolder = u"\0\0\0\0HFS+ Private Data"sv;
 /// What the system keeps in the root folder for itself.
 constexpr std::u16string_view privateNames[] = {
-    privateFolder, u".HFS+ Private Directory Data\r"sv, u".journal"sv, u".journal_info_block"sv};
-constexpr std::u16string_view inodePrefix = u"iNode"sv;
+    privateFolderName, privateDirectoryName, u".journal", u".journal_info_block"};
+constexpr std::u16string_view inodePrefix = u"iNode";
 constexpr uint64_t largestLinkTarget = 4095;
 
 bool isVolumeHeader(const VolumeHeader& header, uint64_t sourceBytes)
@@ -55,12 +52,6 @@ EntryKind kindOf(uint16_t mode)
     }
 }
 
-bool hasTypeAndCreator(std::span<const std::byte> finderInfo, uint32_t type, uint32_t creator)
-{
-    return bytes::recordAt<be32>(finderInfo) == type
-        && bytes::recordAt<be32>(finderInfo.subspan(4)) == creator;
-}
-
 } // namespace
 
 Volume::Volume(const bytes::ByteSource& source)
@@ -70,7 +61,7 @@ Volume::Volume(const bytes::ByteSource& source)
     readTrees();
     const Catalog::Item* folder = nullptr;
     for (const Catalog::Item& item : m_catalog.children(rootFolderID))
-        if (item.folder && m_catalog.name(item) == privateFolder)
+        if (item.folder && m_catalog.name(item) == privateFolderName)
             folder = &item;
     for (const Catalog::Item& item : folder ? m_catalog.children(folder->id) : std::span(folder, 0))
         if (const auto number = item.folder ? std::nullopt : inodeNumber(m_catalog.name(item)))
@@ -157,7 +148,7 @@ Entry Volume::entryFor(const Catalog::Item& item) const
         return entry;
     }
     CatalogFile file = m_catalog.file(item);
-    if (hasTypeAndCreator(file.finderInfo, hardLinkType, hardLinkCreator)) {
+    if (isHardLink(file)) {
         const auto inode = m_inodes.find(file.permissions.special);
         if (inode == m_inodes.end())
             throw FormatError("hard link " + std::to_string(item.id) + " leads to no file");

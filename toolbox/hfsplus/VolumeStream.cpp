@@ -1,5 +1,7 @@
 #include "hfsplus/VolumeStream.h"
 
+#include "bytes/Zeros.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cstring>
@@ -12,13 +14,6 @@ constexpr std::size_t bufferSize = std::size_t{4} << 20;
 /// What a sparse file allocates at least.
 constexpr std::size_t grain = 4096;
 
-bool isZero(std::span<const std::byte> data)
-{
-    return data.empty()
-        || (data[0] == std::byte{}
-            && std::memcmp(data.data(), data.data() + 1, data.size() - 1) == 0);
-}
-
 /// Writes the runs of grains that are not all zero.
 void writeSparsely(bytes::ByteDevice& device, uint64_t offset, std::span<const std::byte> data)
 {
@@ -29,7 +24,7 @@ void writeSparsely(bytes::ByteDevice& device, uint64_t offset, std::span<const s
     };
     for (std::size_t at = 0; at < data.size(); at += grain) {
         const std::size_t size = std::min(grain, data.size() - at);
-        if (!isZero(data.subspan(at, size)))
+        if (!bytes::isZero(data.subspan(at, size)))
             continue;
         writeRun(at);
         runStart = at + size;

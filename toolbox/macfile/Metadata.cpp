@@ -2,6 +2,7 @@
 
 #include "bytes/File.h"
 #include "bytes/FormatError.h"
+#include "bytes/Zeros.h"
 #include "macfile/AppleDouble.h"
 #include "macfile/HostAttributes.h"
 
@@ -21,11 +22,6 @@ const std::string resourceForkName = "com.apple.ResourceFork";
 constexpr std::string_view companionPrefix = "._";
 /// A larger `._` file is not taken for a companion; forks end far below.
 constexpr uint64_t largestCompanion = uint64_t{1} << 30;
-
-bool isZero(std::span<const std::byte> raw)
-{
-    return std::ranges::all_of(raw, [](std::byte value) { return value == std::byte{0}; });
-}
 
 bool isFolder(const fs::path& path)
 {
@@ -72,7 +68,7 @@ std::optional<Metadata> readCompanion(const fs::path& path)
 
 void overlay(Metadata& metadata, Metadata companion)
 {
-    if (!isZero(companion.finderInfo))
+    if (!bytes::isZero(companion.finderInfo))
         metadata.finderInfo = companion.finderInfo;
     if (!companion.resourceFork.empty())
         metadata.resourceFork = std::move(companion.resourceFork);
@@ -100,7 +96,7 @@ Metadata readAttributes(const fs::path& path)
 Metadata writeAttributes(const fs::path& path, const Metadata& metadata)
 {
     Metadata rest;
-    if (!isZero(metadata.finderInfo)
+    if (!bytes::isZero(metadata.finderInfo)
         && !hostAttributes::write(path, finderInfoName, metadata.finderInfo))
         rest.finderInfo = metadata.finderInfo;
     if (!metadata.resourceFork.empty()
@@ -116,7 +112,7 @@ void removeStaleAttributes(const fs::path& path, const Metadata& wanted, const M
 {
     for (const std::string& name : hostAttributes::list(path)) {
         const bool kept = name == finderInfoName
-            ? !isZero(wanted.finderInfo) && isZero(elsewhere.finderInfo)
+            ? !bytes::isZero(wanted.finderInfo) && bytes::isZero(elsewhere.finderInfo)
             : name == resourceForkName
             ? !wanted.resourceFork.empty() && elsewhere.resourceFork.empty()
             : wanted.attributes.contains(name) && !elsewhere.attributes.contains(name);
@@ -146,7 +142,7 @@ void removeIfCompanion(const fs::path& place)
 
 bool Metadata::empty() const
 {
-    return isZero(finderInfo) && resourceFork.empty() && attributes.empty();
+    return bytes::isZero(finderInfo) && resourceFork.empty() && attributes.empty();
 }
 
 void Metadata::setFinder(const FinderInfo& info)

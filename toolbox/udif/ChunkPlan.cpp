@@ -5,7 +5,6 @@
 #include "udif/ImageError.h"
 
 #include <algorithm>
-#include <cstring>
 #include <system_error>
 
 namespace udif {
@@ -31,13 +30,6 @@ void heedStop(const ConvertOptions& options)
 {
     if (options.stop.stop_requested())
         throw ImageError(ImageError::Case::interrupted);
-}
-
-bool isZero(std::span<const std::byte> content)
-{
-    return content.empty()
-        || (content[0] == std::byte{0}
-            && std::memcmp(content.data(), content.data() + 1, content.size() - 1) == 0);
 }
 
 } // namespace udif

@@ -45,7 +45,4 @@ struct ChunkPlan {
 /// Ends a conversion whose caller asked for it, with ImageError::interrupted.
 void heedStop(const ConvertOptions& options);
 
-/// Whether every byte is zero.
-bool isZero(std::span<const std::byte> content);
-
 } // namespace udif

@@ -2,6 +2,7 @@
 
 #include "bytes/Crc32.h"
 #include "bytes/File.h"
+#include "bytes/Zeros.h"
 #include "udif/DiskImage.h"
 #include "udif/OrderedPipeline.h"
 #include "udif/ZeroCrc.h"
@@ -33,7 +34,7 @@ public:
             return {{}, m_zeros.of(length)};
         auto raw = source.disk().read(offset, length);
         const uint32_t crc = bytes::crc32(raw);
-        if (isZero(raw))
+        if (bytes::isZero(raw))
             raw.clear();
         return {std::move(raw), crc};
     }
@@ -88,7 +89,7 @@ void RawImageJob::append(bytes::File& out, const ChunkPlan::Item& item, const Co
     const std::span<const std::byte> raw(content.raw);
     for (std::size_t at = 0; at < raw.size(); at += holeBytes) {
         const auto part = raw.subspan(at, std::min(holeBytes, raw.size() - at));
-        if (!isZero(part))
+        if (!bytes::isZero(part))
             out.writeAt(item.firstSector * sectorBytes + at, part);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "bytes/Crc32.h"
 #include "bytes/File.h"
+#include "bytes/Zeros.h"
 #include "udif/ChunkCodec.h"
 #include "udif/DiskImage.h"
 #include "udif/Guid.h"
@@ -47,7 +48,7 @@ public:
         if (m_source.knownZero(offset, length))
             return zeros(item);
         auto content = m_source.disk().read(offset, length);
-        if (isZero(content))
+        if (bytes::isZero(content))
             return zeros(item);
 
         EncodedChunk chunk{.type = m_type, .crc = bytes::crc32(content)};
