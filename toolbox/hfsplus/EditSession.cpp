@@ -2,6 +2,7 @@
 
 #include "bytes/FormatError.h"
 #include "bytes/Unicode.h"
+#include "bytes/Zeros.h"
 #include "hfsplus/Dates.h"
 #include "hfsplus/Names.h"
 #include "hfsplus/SourceError.h"
@@ -23,13 +24,6 @@ constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
 uint32_t dateOf(int64_t nanoseconds)
 {
     return macDate(nanoseconds / nanosecondsPerSecond);
-}
-
-bool isHardLink(const CatalogFile& file)
-{
-    const std::span<const std::byte> info = file.finderInfo;
-    return bytes::recordAt<be32>(info) == hardLinkType
-        && bytes::recordAt<be32>(info.subspan(4)) == hardLinkCreator;
 }
 
 FinderInfoBytes symlinkInfo()
@@ -123,6 +117,7 @@ void EditSession::plan(const FolderChanges& changes)
             remove(item->id);
     for (const HostItem* item : changes.added)
         add(*item);
+    noteNames(changes);
     for (const FolderChanges::Touched& touched : changes.touched)
         update(touched);
     flagAttributes();
@@ -246,6 +241,33 @@ macfile::Metadata EditSession::hostMetadata(const HostItem& item) const
     return macfile::readMetadata(folder.pathOf(nameOf(item.path)));
 }
 
+void EditSession::noteNames(const FolderChanges& changes)
+{
+    for (const FolderChanges::Touched& touched : changes.touched) {
+        const auto entry = m_volume.entryWithID(touched.before->id);
+        if (entry && entry->isHardLink())
+            m_names[entry->contentID].push_back(touched.now);
+    }
+}
+
+/// All names of a file share its attributes, but a companion lies beside one of them only.
+macfile::Metadata EditSession::metadataOf(const Entry& entry, const HostItem& item) const
+{
+    macfile::Metadata metadata = hostMetadata(item);
+    const auto names = m_names.find(entry.contentID);
+    if (names == m_names.end())
+        return metadata;
+    for (const HostItem* name : names->second) {
+        macfile::Metadata other = hostMetadata(*name);
+        if (bytes::isZero(metadata.finderInfo))
+            metadata.finderInfo = other.finderInfo;
+        if (metadata.resourceFork.empty())
+            metadata.resourceFork = std::move(other.resourceFork);
+        metadata.attributes.merge(other.attributes);
+    }
+    return metadata;
+}
+
 void EditSession::update(const FolderChanges::Touched& touched)
 {
     if (!m_catalog.contains(touched.before->id))
@@ -273,7 +295,7 @@ void EditSession::updateRecord(
     if constexpr (std::is_same_v<Record, CatalogFile>)
         if (!hasSameData(entry, *touched.now))
             updateData(record, entry, *touched.now);
-    const auto metadata = hostMetadata(*touched.now);
+    const auto metadata = metadataOf(entry, *touched.now);
     const bool newMetadata = metadata != m_volume.metadata(entry);
     if (newMetadata)
         setMetadata(entry.contentID, record, metadata, entry.kind == EntryKind::symlink);

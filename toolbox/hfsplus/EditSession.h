@@ -37,6 +37,7 @@ private:
     void addFile(const HostItem& item, CatalogID parent);
     ForkContent contentOf(const HostItem& item) const;
 
+    void noteNames(const FolderChanges& changes);
     void update(const FolderChanges::Touched& touched);
     template <typename Record>
     void updateRecord(Record& record, const Entry& entry, const FolderChanges::Touched& touched);
@@ -44,6 +45,7 @@ private:
     template <typename Record>
     void setMetadata(CatalogID id, Record& record, const macfile::Metadata& metadata, bool symlink);
     macfile::Metadata hostMetadata(const HostItem& item) const;
+    macfile::Metadata metadataOf(const Entry& entry, const HostItem& item) const;
     bool hasSameData(const Entry& entry, const HostItem& item) const;
     void flagAttributes();
 
@@ -65,6 +67,7 @@ private:
     AttributesEdit m_attributes;
     std::unordered_map<std::string, CatalogID> m_newFolders; // by path
     std::map<CatalogID, std::vector<BlockRun>> m_treeRuns; // of the three trees
+    std::map<CatalogID, std::vector<const HostItem*>> m_names; // of touched files with several
     std::set<CatalogID> m_attributesChanged, m_updated;
     EditReport m_report;
 };

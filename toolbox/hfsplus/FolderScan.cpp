@@ -1,6 +1,7 @@
 #include "hfsplus/FolderScan.h"
 
 #include "bytes/Unicode.h"
+#include "hfsplus/CatalogRecords.h"
 #include "hfsplus/Dates.h"
 #include "hfsplus/Names.h"
 #include "hfsplus/TreeRecords.h"
@@ -26,9 +27,6 @@ namespace {
 /// A list of complaints that nobody reads to its end.
 constexpr std::size_t maximumProblems = 100;
 constexpr std::size_t maximumTarget = 1023; // bytes of a link's target, as a Mac allows
-/// The names under which a volume keeps its own hard links.
-constexpr std::u16string_view privateNames[] = {
-    {u"\0\0\0\0HFS+ Private Data", 21}, u".HFS+ Private Directory Data\r"};
 
 struct CloseDirectory {
     void operator()(DIR* stream) const { ::closedir(stream); }
@@ -111,8 +109,8 @@ bool isReadable(int folder, const std::string& name, const ScannedObject& object
 
 bool isPrivateName(std::u16string_view name)
 {
-    return std::ranges::any_of(
-        privateNames, [&](std::u16string_view own) { return compareNames(name, own) == 0; });
+    return compareNames(name, privateFolderName) == 0
+        || compareNames(name, privateDirectoryName) == 0;
 }
 
 } // namespace
@@ -292,7 +290,13 @@ void FolderScan::noteLink(const FileIdentity& identity)
 void FolderScan::dropSingleLinks()
 {
     std::erase_if(m_linkGroups, [](const auto& group) { return group.size() < 2; });
+    const auto hasFork = [this](uint32_t index) {
+        const ScannedMetadata* found = metadata(m_objects[index]);
+        return found != nullptr && found->resourceForkSize > 0;
+    };
     for (uint32_t i = 0; i < m_linkGroups.size(); ++i) {
+        // The file is read through its first name, and a companion lies beside one of them only.
+        std::ranges::stable_partition(m_linkGroups[i], hasFork);
         for (const uint32_t index : m_linkGroups[i])
             m_objects[index].linkGroup = i;
     }

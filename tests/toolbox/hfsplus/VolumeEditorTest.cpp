@@ -358,3 +358,24 @@ TEST(VolumeEditor, TwentyThousandFilesComeAndGo)
     EXPECT_EQ(findingsOf(again.device()), "");
     EXPECT_EQ(Volume(again.device()).header().fileCount, 10'001U);
 }
+
+TEST(VolumeEditor, TheForkOfAFileWithTwoNamesSurvives)
+{
+    // Too large for an attribute of any host, so that it lies beside one of the names: first
+    // beside the later one, then beside the one that the catalog has first and the host last.
+    macfile::Metadata metadata;
+    metadata.resourceFork.assign(100'000, std::byte{5});
+    const TemporaryFolder source;
+    source.write("a", "shared");
+    std::filesystem::create_hard_link(source.path() / "a", source.path() / "B");
+    macfile::writeMetadata(source.path() / "B", metadata);
+    LaidOut out(SampleVolume::build(source));
+    ASSERT_TRUE(Volume(out.device()).metadata(*Volume(out.device()).find("a")) == metadata);
+
+    ::chmod(out.at("B").c_str(), 0600);
+    EXPECT_GT(out.apply().changed, 0U);
+    EXPECT_EQ(findingsOf(out.device()), "");
+    const Volume volume(out.device());
+    EXPECT_EQ(volume.find("a")->permissions.fileMode, 0100600);
+    EXPECT_TRUE(volume.metadata(*volume.find("B")) == metadata);
+}
