@@ -55,7 +55,7 @@ int unmount(Session& session)
         session.out << session.target << " was left by an interrupted tool and has been removed\n";
         return 0;
     }
-    if (!image || !image->isMounted())
+    if (!image || image->stage == AttachedImage::Stage::unmounted)
         return reportMissing(session);
     const std::string volume = "Volume " + shownName(*image) + " on " + image->volumeDevice();
     try {
@@ -85,7 +85,7 @@ int releaseDisk(Session& session, bool keepAttached, const std::string& done)
     if (!image && !tidiedAway)
         return reportMissing(session);
     try {
-        if (image && (image->isMounted() || !keepAttached)) {
+        if (image && (image->stage != AttachedImage::Stage::unmounted || !keepAttached)) {
             const auto result = session.volumes.release(*image,
                 {.force = session.force, .keepAttached = keepAttached, .fixedTime = fixedTime()});
             warnOfLoss(session, *image, result.lost);

@@ -20,6 +20,7 @@ NLOHMANN_JSON_SERIALIZE_ENUM(AttachedImage::Stage,
     {
         {AttachedImage::Stage::preparing, "preparing"},
         {AttachedImage::Stage::mounted, "mounted"},
+        {AttachedImage::Stage::writing, "writing"},
         {AttachedImage::Stage::discarding, "discarding"},
         {AttachedImage::Stage::unmounted, "unmounted"},
     })
@@ -41,6 +42,19 @@ std::optional<FileIdentity> FileIdentity::of(const fs::path& path)
 std::string AttachedImage::volumeDevice() const
 {
     return volume.number == 0 ? diskName() : diskName() + "s" + std::to_string(volume.number);
+}
+
+std::optional<fs::path> AttachedImage::currentPlace() const
+{
+    if (FileIdentity::of(image) == identity)
+        return image;
+    std::error_code fault;
+    for (fs::directory_iterator entry(image.parent_path(), fault), end; !fault && entry != end;
+         entry.increment(fault)) {
+        if (FileIdentity::of(entry->path()) == identity)
+            return entry->path();
+    }
+    return std::nullopt;
 }
 
 std::string writeAttachedImage(const AttachedImage& image)

@@ -33,9 +33,10 @@ struct Slice {
 
 /// What is known about one attached image; kept in the registry from attach to detach.
 struct AttachedImage {
-    /// `preparing` and `discarding` last as long as the tool that does it; after one that was
-    /// killed the next tool tidies up.
-    enum class Stage { preparing, mounted, discarding, unmounted };
+    /// `preparing`, `writing` and `discarding` last as long as the tool that does it; after one
+    /// that was killed the next tool tidies up. From `writing` on the folder no longer counts: the
+    /// log of its changes does.
+    enum class Stage { preparing, mounted, writing, discarding, unmounted };
 
     unsigned disk = 0; // the N of /dev/diskN
     Stage stage = Stage::preparing;
@@ -60,6 +61,9 @@ struct AttachedImage {
     std::string diskName() const { return "disk" + std::to_string(disk); }
     /// "disk4s1", or "disk4" without a map.
     std::string volumeDevice() const;
+    /// Where the image is now, found also where it was renamed beside its old place; none when it
+    /// is gone.
+    std::optional<std::filesystem::path> currentPlace() const;
     bool isMounted() const { return stage == Stage::mounted; }
 
     friend bool operator==(const AttachedImage&, const AttachedImage&) = default;

@@ -8,6 +8,7 @@
 #include "hfsplus/VolumeEditor.h"
 #include "hfsplus/VolumeExtractor.h"
 #include "udif/DiskImage.h"
+#include "volumes/ChangeLog.h"
 #include "volumes/DeviceName.h"
 #include "volumes/MountName.h"
 
@@ -78,20 +79,6 @@ std::string mountPointNamed(const fs::path& path)
     while (text.size() > 1 && text.back() == '/')
         text.pop_back();
     return text;
-}
-
-/// Where an attached image is now: a file that was renamed beside its old place is still the one.
-std::optional<fs::path> currentPlaceOf(const AttachedImage& image)
-{
-    if (FileIdentity::of(image.image) == image.identity)
-        return image.image;
-    std::error_code fault;
-    for (fs::directory_iterator entry(image.image.parent_path(), fault), end;
-         !fault && entry != end; entry.increment(fault)) {
-        if (entry->is_regular_file(fault) && FileIdentity::of(entry->path()) == image.identity)
-            return entry->path();
-    }
-    return std::nullopt;
 }
 
 bool wasChanged(const fs::path& folder, const hfsplus::FolderSnapshot& before)
@@ -191,6 +178,8 @@ AttachedVolumes::Claim AttachedVolumes::claim(
             m_registry.lockDisk(image.disk);
             continue;
         }
+        if (known && known->stage == Stage::writing) // which fails, or it would have been swept
+            throw VolumeError(VolumeError::Case::attachedAlready);
         image.attachedAt = std::time(nullptr);
         if (!options.mount) {
             image.stage = Stage::unmounted;
@@ -241,23 +230,25 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
 {
     const FileLock held = m_registry.lockDisk(image.disk);
     auto entry = attachedAs(image.identity);
-    if (!entry || entry->disk != image.disk || (options.keepAttached && !entry->isMounted()))
+    if (!entry || entry->disk != image.disk
+        || (options.keepAttached && entry->stage == Stage::unmounted))
         throw VolumeError(VolumeError::Case::notAttached);
 
-    ReleaseResult result;
     if (entry->isMounted() && !options.force) {
         if (auto process = processUsing(entry->folder))
             throw VolumeError(VolumeError::Case::busy, {}, std::move(*process));
     }
     const bytes::Uninterrupted whole;
-    if (entry->isMounted() && entry->writable) {
-        try {
+    ReleaseResult result;
+    try {
+        if (entry->isMounted() && entry->writable)
             result.lost = writeBack(*entry, options.fixedTime);
-        } catch (const std::exception& failure) {
-            if (!options.force)
-                throw;
-            result.lost = failure.what();
-        }
+        else if (entry->stage == Stage::writing)
+            m_registry.carryOutChanges(*entry);
+    } catch (const std::exception& failure) {
+        if (!options.force)
+            throw;
+        result.lost = failure.what();
     }
     // From here on the folder no longer says what the volume holds: were it taken for a mounted
     // volume after a kill, its missing files would be deleted from the image.
@@ -271,14 +262,15 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
 }
 
 std::string AttachedVolumes::writeBack(
-    const AttachedImage& image, std::optional<uint32_t> fixedTime) const
+    AttachedImage& image, std::optional<uint32_t> fixedTime) const
 {
     const auto before = hfsplus::FolderSnapshot::load(m_registry.snapshotFile(image.disk));
-    const auto place = currentPlaceOf(image);
+    const auto place = image.currentPlace();
     if (!place)
         return wasChanged(image.folder, before) ? "the image file is gone" : "";
-    udif::DiskImage disk = udif::DiskImage::open(*place, udif::DiskImage::Access::readWrite);
-    bytes::DeviceRange volume(disk.writableDisk(), image.volume.start, image.volume.length);
+    const udif::DiskImage disk = udif::DiskImage::open(*place);
+    ChangeLog changes(disk.disk(), m_registry.changesFile(image.disk));
+    bytes::DeviceRange volume(changes, image.volume.start, image.volume.length);
     try {
         hfsplus::VolumeEditor(volume, image.folder, before, {.fixedTime = fixedTime}).apply();
     } catch (const hfsplus::NoSpaceOnVolume& full) {
@@ -286,6 +278,12 @@ std::string AttachedVolumes::writeBack(
             std::to_string(full.neededBytes()) + " bytes needed, "
                 + std::to_string(full.freeBytes()) + " free");
     }
+    if (changes.empty())
+        return {};
+    changes.commit();
+    image.stage = Stage::writing;
+    save(image);
+    m_registry.carryOutChanges(image);
     return {};
 }
 
@@ -312,7 +310,7 @@ std::vector<AttachedImage> AttachedVolumes::list() const
     m_registry.sweep();
     std::vector<AttachedImage> images = m_registry.list();
     std::erase_if(images, [](const AttachedImage& image) {
-        return image.stage != Stage::mounted && image.stage != Stage::unmounted;
+        return image.stage == Stage::preparing || image.stage == Stage::discarding;
     });
     return images;
 }

@@ -53,10 +53,11 @@ public:
     AttachResult attach(const std::filesystem::path& image, const AttachOptions& options);
 
     /// Unmounts and, unless asked otherwise, detaches. When it throws, the volume is attached and
-    /// mounted as before. Throws VolumeError, bytes::FormatError, std::system_error.
+    /// mounted as before; or, where the host failed while the image was being written, attached
+    /// until another call succeeds. Throws VolumeError, bytes::FormatError, std::system_error.
     ReleaseResult release(const AttachedImage& image, const ReleaseOptions& options);
 
-    /// By device number, without those that another tool is just making or removing.
+    /// By device number, without those that are just being made or removed.
     std::vector<AttachedImage> list() const;
 
     struct Lookup {
@@ -82,7 +83,7 @@ private:
     std::optional<AttachedImage> attachedAs(const FileIdentity& identity) const;
     void chooseFolder(AttachedImage& image, const std::filesystem::path& mountPoint) const;
     void save(const AttachedImage& image) const;
-    std::string writeBack(const AttachedImage& image, std::optional<uint32_t> fixedTime) const;
+    std::string writeBack(AttachedImage& image, std::optional<uint32_t> fixedTime) const;
 
     AttachmentRegistry m_registry;
 };

@@ -2,6 +2,8 @@
 
 #include "bytes/File.h"
 #include "bytes/FormatError.h"
+#include "udif/DiskImage.h"
+#include "volumes/ChangeLog.h"
 
 #include <algorithm>
 #include <charconv>
@@ -90,10 +92,21 @@ std::optional<AttachedImage> AttachmentRegistry::load(unsigned disk) const
     const std::string text(std::istreambuf_iterator<char>(in), {});
     try {
         AttachedImage image = readAttachedImage(text);
+        if (image.ownsFolder && !image.folder.empty())
+            image.folder = ownFolder(image.folder);
         return image.disk == disk ? std::optional(std::move(image)) : std::nullopt;
     } catch (const bytes::FormatError&) {
         return std::nullopt;
     }
+}
+
+/// A copied or moved state folder must not lead to the volumes of the old one.
+fs::path AttachmentRegistry::ownFolder(const fs::path& folder) const
+{
+    const fs::path name = folder.filename();
+    if (name.empty() || name == "." || name == "..")
+        throw bytes::FormatError("an entry of the registry names no folder");
+    return m_state.volumes() / name;
 }
 
 std::vector<AttachedImage> AttachmentRegistry::list() const
@@ -132,6 +145,7 @@ void AttachmentRegistry::discardFolder(const AttachedImage& image) const
             removeTree(entry.path());
     }
     fs::remove(snapshotFile(image.disk));
+    fs::remove(changesFile(image.disk));
 }
 
 void AttachmentRegistry::remove(const AttachedImage& image) const
@@ -154,6 +168,7 @@ bool AttachmentRegistry::isStale(const AttachedImage& image) const
 {
     switch (image.stage) {
     case AttachedImage::Stage::preparing:
+    case AttachedImage::Stage::writing:
     case AttachedImage::Stage::discarding:
         return true;
     case AttachedImage::Stage::mounted:
@@ -164,23 +179,58 @@ bool AttachmentRegistry::isStale(const AttachedImage& image) const
     return false;
 }
 
+void AttachmentRegistry::carryOutChanges(const AttachedImage& image) const
+{
+    const auto place = image.currentPlace();
+    if (!place)
+        return;
+    udif::DiskImage disk = udif::DiskImage::open(*place, udif::DiskImage::Access::readWrite);
+    ChangeLog::carryOut(changesFile(image.disk), disk.writableDisk());
+}
+
+/// False when changes could not be written out now; another tool may be luckier.
+bool AttachmentRegistry::finish(const AttachedImage& image) const
+{
+    try {
+        if (image.stage == AttachedImage::Stage::writing)
+            carryOutChanges(image);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+/// What a killed tool was writing here under a temporary name. Nobody else may be doing so.
+void AttachmentRegistry::removeUnfinishedFiles() const
+{
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_state.attached())) {
+        if (entry.path().filename().string().starts_with(".vandor-"))
+            fs::remove(entry.path());
+    }
+}
+
 std::vector<AttachedImage> AttachmentRegistry::sweep() const
 {
     std::vector<AttachedImage> gone;
+    bool nobodyWorks = true;
     for (const unsigned disk : disks()) {
         const auto held = tryLockDisk(disk);
-        if (!held)
-            continue; // somebody is at work on it
+        if (!held) {
+            nobodyWorks = false;
+            continue;
+        }
         auto image = load(disk);
         if (!image) {
             // A damaged entry: nothing but its name is known.
             image.emplace().disk = disk;
-        } else if (!isStale(*image)) {
+        } else if (!isStale(*image) || !finish(*image)) {
             continue;
         }
         remove(*image);
         gone.push_back(std::move(*image));
     }
+    if (nobodyWorks)
+        removeUnfinishedFiles();
     return gone;
 }
 
@@ -192,6 +242,11 @@ fs::path AttachmentRegistry::entryFile(unsigned disk) const
 fs::path AttachmentRegistry::lockFile(unsigned disk) const
 {
     return m_state.attached() / ("disk" + std::to_string(disk) + ".lock");
+}
+
+fs::path AttachmentRegistry::changesFile(unsigned disk) const
+{
+    return m_state.attached() / ("disk" + std::to_string(disk) + ".changes");
 }
 
 fs::path AttachmentRegistry::snapshotFile(unsigned disk) const

@@ -38,9 +38,13 @@ public:
 
     /// Where the state of the files at attach time is kept.
     std::filesystem::path snapshotFile(unsigned disk) const;
+    /// Where the changes to an image lie that is in the stage `writing`.
+    std::filesystem::path changesFile(unsigned disk) const;
+    /// Writes them to the image, from the beginning if need be; they go with an image that is gone.
+    void carryOutChanges(const AttachedImage& image) const;
 
-    /// Removes what killed tools left behind, and entries that have lost their folder or,
-    /// unmounted, their image. Hands back the entries that went. Under `lock`.
+    /// Finishes or removes what killed tools left behind, and entries that have lost their folder
+    /// or, unmounted, their image. Hands back the entries that went. Under `lock`.
     std::vector<AttachedImage> sweep() const;
 
 private:
@@ -49,6 +53,9 @@ private:
     std::vector<unsigned> disks() const;
     std::optional<AttachedImage> load(unsigned disk) const;
     bool isStale(const AttachedImage& image) const;
+    bool finish(const AttachedImage& image) const;
+    void removeUnfinishedFiles() const;
+    std::filesystem::path ownFolder(const std::filesystem::path& folder) const;
     void discardFolder(const AttachedImage& image) const;
 
     StateFolder m_state;

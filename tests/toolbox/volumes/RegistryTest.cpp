@@ -102,7 +102,16 @@ TEST(AttachmentRegistry, ADamagedEntryDisturbsNobody)
     writeFile(test.state().attached() / "disk4.json", "{\"disk\": 4,");
     writeFile(test.state().attached() / "disk99999999999.json", "{}");
     EXPECT_EQ(registry.list().size(), 1U);
-    EXPECT_EQ(registry.sweep().size(), 1U);
+    writeFile(test.state().attached() / "disk6.json",
+        R"({"disk": 6, "ownsFolder": true, "folder": "/tmp/.."})");
+    writeFile(test.state().attached() / ".vandor-Ab12Cd", "half an entry");
+    {
+        const auto owner = registry.lockDisk(5);
+        EXPECT_EQ(registry.sweep().size(), 2U);
+        EXPECT_TRUE(fs::exists(test.state().attached() / ".vandor-Ab12Cd")) << "may be at work";
+    }
+    EXPECT_EQ(registry.sweep().size(), 0U);
+    EXPECT_FALSE(fs::exists(test.state().attached() / ".vandor-Ab12Cd"));
     EXPECT_EQ(registry.freeDisk(), 4U);
 }
 
