@@ -72,7 +72,7 @@ bool DesktopStore::inOrder(const StoreRecord& a, const StoreRecord& b)
 const StoreValue* DesktopStore::find(std::u16string_view name, FourCC code) const
 {
     const auto found = recordsAt(m_records, {name, code});
-    return found.empty() ? nullptr : &found.front().value;
+    return found.begin() == found.end() ? nullptr : &found.begin()->value;
 }
 
 void DesktopStore::set(std::u16string_view name, FourCC code, StoreValue value)

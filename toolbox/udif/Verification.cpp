@@ -124,7 +124,7 @@ void checkTables(const bytes::ByteSource& file, const Udif& image, const VerifyO
                 return [checker = PieceChecker(file, image), &pieces](
                            uint64_t job) mutable { return checker.check(pieces[job]); };
             },
-            [&](uint64_t job, Checked checked) {
+            [&](uint64_t job, const Checked& checked) {
                 Verification::Table& table = result.tables[pieces[job].table];
                 if (!checked.error.empty()) {
                     table.decoded = false;
