@@ -45,6 +45,8 @@ function(vandor_test name)
     set_target_properties(${name} PROPERTIES AUTOMOC "${TEST_MOC}"
         RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     vandor_link(${name} ${TEST_USES} GTest::gmock GTest::gtest)
+    # What is tested is optimised; the tests themselves needn't be, and compile sooner so.
+    target_compile_options(${name} PRIVATE -O0)
     target_compile_definitions(${name} PRIVATE
         TEST_DATA_DIR="${CMAKE_SOURCE_DIR}/tests/data"
         TOOLBOX_DIR="${VANDOR_TOOLBOX_DIR}"
