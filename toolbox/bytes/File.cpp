@@ -128,6 +128,10 @@ File openBeside(const fs::path& target, fs::path& temporary)
 } // namespace
 
 OutputFile::OutputFile(const fs::path& target)
+    : OutputFile(target, Uninterrupted())
+{ }
+
+OutputFile::OutputFile(const fs::path& target, const Uninterrupted& /*untilItCanBeRemoved*/)
     : m_target(target)
     , m_file(openBeside(target, m_temporary))
     , m_removal([temporary = m_temporary] { ::unlink(temporary.c_str()); })

@@ -57,6 +57,8 @@ public:
     void commit(bool replace);
 
 private:
+    OutputFile(const std::filesystem::path& target, const Uninterrupted& untilItCanBeRemoved);
+
     std::filesystem::path m_target;
     std::filesystem::path m_temporary;
     File m_file;

@@ -2,7 +2,6 @@
 
 #include "bytes/ByteDevice.h"
 #include "bytes/File.h"
-#include "bytes/Interruption.h"
 #include "hfsplus/FolderChanges.h"
 #include "hfsplus/Volume.h"
 #include "hfsplus/VolumeEditor.h"
@@ -31,7 +30,7 @@ namespace {
 /// that can take. What then still stays, the next tool sweeps.
 void removeWhileInUse(const AttachmentRegistry& registry, const AttachedImage& image) noexcept
 {
-    constexpr int attempts = 100;
+    constexpr int attempts = 3000;
     for (int i = 0; i < attempts; ++i) {
         try {
             registry.remove(image);
@@ -141,6 +140,7 @@ AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions&
 
     AttachedImage& entry = result.image;
     const bytes::OnInterruption removal([&] { removeWhileInUse(m_registry, entry); });
+    claimed.whole.reset();
     try {
         hfsplus::ExtractReport report =
             hfsplus::VolumeExtractor(*opened.volume, entry.folder).extract();
@@ -160,6 +160,7 @@ AttachedVolumes::Claim AttachedVolumes::claim(
     const Opened& opened, const AttachOptions& options) const
 {
     for (;;) {
+        std::optional<bytes::Uninterrupted> whole(std::in_place);
         std::optional<FileLock> registry = m_registry.lock();
         m_registry.sweep();
         const auto known = attachedAs(opened.facts.identity);
@@ -167,7 +168,7 @@ AttachedVolumes::Claim AttachedVolumes::claim(
             && options.access == AttachOptions::Access::readWrite)
             throw VolumeError(VolumeError::Case::attachedAlready);
         if (known && (known->isMounted() || (known->stage == Stage::unmounted && !options.mount)))
-            return {*known, std::nullopt};
+            return {*known, std::nullopt, std::nullopt};
 
         AttachedImage image = opened.facts;
         image.disk = known ? known->disk : m_registry.freeDisk();
@@ -175,6 +176,7 @@ AttachedVolumes::Claim AttachedVolumes::claim(
         if (!held) {
             // Another tool attaches or detaches this very image: what it leaves decides.
             registry.reset();
+            whole.reset();
             m_registry.lockDisk(image.disk);
             continue;
         }
@@ -184,7 +186,7 @@ AttachedVolumes::Claim AttachedVolumes::claim(
         if (!options.mount) {
             image.stage = Stage::unmounted;
             m_registry.save(image);
-            return {std::move(image), std::nullopt};
+            return {std::move(image), std::nullopt, std::nullopt};
         }
         // The folder is chosen first: an entry whose folder isn't there yet is swept like any
         // other, but a folder without an entry would stay for ever.
@@ -194,7 +196,7 @@ AttachedVolumes::Claim AttachedVolumes::claim(
             m_registry.remove(image);
             bytes::throwErrno(image.folder.string());
         }
-        return {std::move(image), std::move(held)};
+        return {std::move(image), std::move(held), std::move(whole)};
     }
 }
 

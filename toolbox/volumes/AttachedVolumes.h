@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bytes/Interruption.h"
 #include "volumes/AttachmentRegistry.h"
 #include "volumes/VolumeError.h"
 
@@ -77,6 +78,8 @@ private:
     struct Claim {
         AttachedImage image;
         std::optional<FileLock> held; // none when there is nothing left to do
+        /// Until somebody answers for the folder that was just made.
+        std::optional<bytes::Uninterrupted> whole;
     };
 
     Claim claim(const Opened& opened, const AttachOptions& options) const;
