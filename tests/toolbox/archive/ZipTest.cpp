@@ -1,0 +1,4 @@
+#include "archive/MakeZip.h"
+#include "archive/UnpackZip.h"
+
+#include <gtest/gtest.h>
