@@ -29,6 +29,7 @@ set(src_process platform)
 set(src_build platform model)
 set(src_signing platform process model)
 set(src_notarization platform process model)
+set(src_assets platform)
 set(src_cli platform process model build signing notarization)
 
 set(faults 0)
