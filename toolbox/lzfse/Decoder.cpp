@@ -2,7 +2,7 @@
 
 #include "bytes/ByteReader.h"
 #include "lzfse/BlockDecoder.h"
-#include "lzfse/Lzvn.h"
+#include "lzfse/LzvnDecoder.h"
 
 #include <memory>
 

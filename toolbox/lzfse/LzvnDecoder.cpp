@@ -1,4 +1,4 @@
-#include "lzfse/Lzvn.h"
+#include "lzfse/LzvnDecoder.h"
 
 #include "bytes/ByteReader.h"
 
