@@ -4,8 +4,6 @@
 #include "build/BuildTools.h"
 #include "build/DMGError.h"
 #include "build/FinderLayoutScript.h"
-#include "build/LaunchError.h"
-#include "build/Paths.h"
 #include "build/Workspace.h"
 #include "model/SettingsManager.h"
 #include "platform/Activation.h"
@@ -14,7 +12,9 @@
 #include "platform/Console.h"
 #include "platform/FileOperations.h"
 #include "platform/Icons.h"
+#include "platform/LaunchError.h"
 #include "platform/MainQueue.h"
+#include "platform/Paths.h"
 #include "platform/ToolRunner.h"
 
 using namespace Qt::StringLiterals;

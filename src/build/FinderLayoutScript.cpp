@@ -1,6 +1,6 @@
 #include "build/FinderLayoutScript.h"
 
-#include "build/Paths.h"
+#include "platform/Paths.h"
 
 #include <cmath>
 #include <limits>

@@ -1,7 +1,7 @@
 #include "build/OutputName.h"
 
-#include "build/Paths.h"
 #include "platform/BundleInfo.h"
+#include "platform/Paths.h"
 
 #include <QDateTime>
 

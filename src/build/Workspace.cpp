@@ -1,8 +1,8 @@
 #include "build/Workspace.h"
 
 #include "build/DMGError.h"
-#include "build/Paths.h"
 #include "platform/FileOperations.h"
+#include "platform/Paths.h"
 #include "platform/PlatformError.h"
 
 #include <QDir>

@@ -15,6 +15,8 @@ namespace {
 
 QProcess::ProcessChannelMode channelMode(const ToolCall& call)
 {
+    if (call.mergeError)
+        return QProcess::MergedChannels;
     if (call.captureOutput || call.hideOutput)
         return call.captureError ? QProcess::SeparateChannels : QProcess::ForwardedErrorChannel;
     return call.captureError ? QProcess::ForwardedOutputChannel : QProcess::ForwardedChannels;

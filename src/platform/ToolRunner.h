@@ -19,6 +19,7 @@ struct ToolCall {
     bool inheritInput = false; // standard input is this process's own instead
     bool captureOutput = false; // what isn't captured goes to this process's own streams
     bool captureError = false;
+    bool mergeError = false; // standard error arrives within the captured output, as written
     bool hideOutput = false; // standard output that isn't captured goes nowhere
     /// Takes what is captured as it comes, on the main thread and before the outcome, whose own
     /// output and error stay empty then. A piece is never empty and ends anywhere.

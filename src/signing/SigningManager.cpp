@@ -1,6 +1,7 @@
 #include "signing/SigningManager.h"
 
 #include "platform/HostToolRunner.h"
+#include "platform/Paths.h"
 #include "platform/UserDefaults.h"
 #include "platform/Utf8.h"
 #include "process/ShellRunner.h"
@@ -13,20 +14,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString pathOf(const QUrl& location)
-{
-    return location.adjusted(QUrl::StripTrailingSlash).toLocalFile();
-}
-
-QString nameOf(const QUrl& location)
-{
-    return location.adjusted(QUrl::StripTrailingSlash).fileName(QUrl::FullyDecoded);
-}
-
 /// The first lines of a log: what is signed with what.
 QString heading(const QUrl& location, const SigningIdentity& identity)
 {
-    return u"Signing %1...\nIdentity: %2\n"_s.arg(nameOf(location), identity.name);
+    return u"Signing %1...\nIdentity: %2\n"_s.arg(lastPathComponent(location), identity.name);
 }
 
 } // namespace
@@ -189,7 +180,7 @@ QCoro::Task<> SigningManager::checkAppSignature(QUrl application)
     const QPointer<SigningManager> self(this);
     const QString path = pathOf(application);
     publish(m_isScanning, true, &SigningManager::isScanningChanged);
-    begin(appLog, u"Inspecting "_s + nameOf(application) + u"...\n"_s);
+    begin(appLog, u"Inspecting "_s + lastPathComponent(application) + u"...\n"_s);
 
     SignatureFinding finding{
         AppSignatureStatus::unsignedCode(), u"⚠️ App appears unsigned or invalid."_s};

@@ -4,6 +4,9 @@
 
 class QUrl;
 
+/// The path of what `location` leads to, without a slash at the end.
+QString pathOf(const QUrl& location);
+
 /// The name of what `location` leads to: the text after the last slash, not counting slashes at
 /// the end. A bundle's extension is part of it.
 QString lastPathComponent(const QUrl& location);

@@ -1,12 +1,18 @@
-#include "build/Paths.h"
+#include "platform/Paths.h"
 
 #include <QUrl>
 
-QString lastPathComponent(const QUrl& location)
+QString pathOf(const QUrl& location)
 {
     QString path = location.toLocalFile();
     while (path.size() > 1 && path.endsWith(u'/'))
         path.chop(1);
+    return path;
+}
+
+QString lastPathComponent(const QUrl& location)
+{
+    const QString path = pathOf(location);
     return path.sliced(path.lastIndexOf(u'/') + 1);
 }
 

@@ -1,0 +1,61 @@
+#include "notarization/NotarizationState.h"
+
+#include "platform/UserDefaults.h"
+
+using namespace Qt::StringLiterals;
+
+const QString NotarizationState::kSavedProfileName = u"SavedNotaryProfileName"_s;
+
+NotarizationState::NotarizationState(UserDefaults& defaults, QObject* parent)
+    : QObject(parent)
+    , m_defaults(defaults)
+    , m_profileName(defaults.string(kSavedProfileName).value_or(u""_s))
+{
+    m_defaults.set(kSavedProfileName, m_profileName);
+}
+
+void NotarizationState::setProfileName(const QString& name)
+{
+    m_defaults.set(kSavedProfileName, name);
+    publish(m_profileName, name, &NotarizationState::profileNameChanged);
+}
+
+void NotarizationState::clear()
+{
+    ++m_project;
+    setProcessing(false);
+    begin();
+}
+
+void NotarizationState::begin()
+{
+    setSuccess(false);
+    publish(m_logs, {}, &NotarizationState::logsChanged);
+}
+
+void NotarizationState::append(const QString& text)
+{
+    m_logs += text;
+    emit logsChanged();
+    emit messageLogged(text);
+}
+
+void NotarizationState::setProcessing(bool value)
+{
+    publish(m_isProcessing, value, &NotarizationState::isProcessingChanged);
+}
+
+void NotarizationState::setSuccess(bool value)
+{
+    publish(m_notarizationSuccess, value, &NotarizationState::notarizationSuccessChanged);
+}
+
+template <class Value>
+void NotarizationState::publish(
+    Value& field, const Value& value, void (NotarizationState::*changed)())
+{
+    if (field == value)
+        return;
+    field = value;
+    emit(this->*changed)();
+}
