@@ -8,19 +8,33 @@
 
 namespace archive {
 
-Utf8Names::Utf8Names()
-    : m_locale(::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr))
-    , m_before(nullptr)
+namespace {
+
+/// Lives as long as the program: making one for each entry would take longer than the entry.
+locale_t localeNamed(const char* name)
 {
-    if (m_locale == nullptr)
-        bytes::throwErrno("the locale C.UTF-8");
-    m_before = ::uselocale(m_locale);
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, name, nullptr);
+    if (locale == nullptr)
+        bytes::throwErrno(std::string("the locale ") + name);
+    return locale;
 }
 
-Utf8Names::~Utf8Names()
+locale_t localeFor(NameEncoding::Kind kind)
+{
+    static const locale_t utf8 = localeNamed("C.UTF-8");
+    static const locale_t plain = localeNamed("C");
+    return kind == NameEncoding::Kind::utf8 ? utf8 : plain;
+}
+
+} // namespace
+
+NameEncoding::NameEncoding(Kind kind)
+    : m_before(::uselocale(localeFor(kind)))
+{ }
+
+NameEncoding::~NameEncoding()
 {
     ::uselocale(m_before);
-    ::freelocale(m_locale);
 }
 
 void throwArchiveError(archive_object* object, const std::string& what)

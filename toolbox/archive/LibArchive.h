@@ -24,17 +24,21 @@ struct FreeEntry {
 };
 using EntryOwner = std::unique_ptr<archive_entry, FreeEntry>;
 
-/// libarchive turns names into the thread's locale and back. While one lives that is UTF-8,
-/// whatever the user's is, so that names stay as they are.
-class Utf8Names {
+/// libarchive takes names for text in the thread's locale. While one lives that is not the
+/// user's, but one that suits `kind`.
+class NameEncoding {
 public:
-    Utf8Names();
-    ~Utf8Names();
-    Utf8Names(const Utf8Names&) = delete;
-    Utf8Names& operator=(const Utf8Names&) = delete;
+    enum class Kind {
+        utf8,
+        unknown, // names are stored as they are, and not marked
+    };
+
+    explicit NameEncoding(Kind kind);
+    ~NameEncoding();
+    NameEncoding(const NameEncoding&) = delete;
+    NameEncoding& operator=(const NameEncoding&) = delete;
 
 private:
-    locale_t m_locale;
     locale_t m_before;
 };
 

@@ -3,6 +3,8 @@
 #include "archive/EntryPath.h"
 #include "archive/LibArchive.h"
 #include "bytes/File.h"
+#include "bytes/Unicode.h"
+#include "hfsplus/NameForms.h"
 #include "macfile/AppleDouble.h"
 #include "macfile/Metadata.h"
 
@@ -24,6 +26,13 @@ namespace {
 using FileIdentity = std::pair<dev_t, ino_t>;
 
 constexpr std::size_t pieceSize = 256 << 10;
+
+NameEncoding::Kind encodingOf(const std::string& name)
+{
+    const auto units = bytes::utf16FromUtf8(name);
+    const bool composed = units && hfsplus::composed(*units) == *units;
+    return composed ? NameEncoding::Kind::utf8 : NameEncoding::Kind::unknown;
+}
 
 struct stat statusOf(const fs::path& path)
 {
@@ -50,7 +59,6 @@ private:
         const char* linkTarget = nullptr);
     void write(std::span<const std::byte> data, const std::string& name);
 
-    Utf8Names m_names;
     ArchiveOwner m_archive;
     MetadataPlace m_place;
     std::set<FileIdentity> m_leftOut;
@@ -63,7 +71,6 @@ ZipWriter::ZipWriter(const bytes::File& target, MetadataPlace place)
 {
     archive_object* out = m_archive.get();
     if (out == nullptr || ::archive_write_set_format_zip(out) != ARCHIVE_OK
-        || ::archive_write_set_options(out, "zip:hdrcharset=UTF-8") != ARCHIVE_OK
         || ::archive_write_set_bytes_in_last_block(out, 1) != ARCHIVE_OK
         || ::archive_write_open_fd(out, target.descriptor()) != ARCHIVE_OK)
         throwArchiveError(out, target.path().string());
@@ -138,6 +145,7 @@ void ZipWriter::addMetadata(
 void ZipWriter::beginEntry(
     const std::string& name, const struct stat& status, uint64_t size, const char* linkTarget)
 {
+    const NameEncoding encoding(encodingOf(name));
     const EntryOwner entry(::archive_entry_new());
     ::archive_entry_copy_pathname(entry.get(), name.c_str());
     ::archive_entry_set_mode(entry.get(), status.st_mode);

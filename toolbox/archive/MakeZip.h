@@ -18,7 +18,9 @@ struct ZipOptions {
 
 /// Writes all of `source`, a folder or a file, into a new zip archive at `zip`; an old one is
 /// replaced. Each folder comes before what it holds, names in the order of their bytes; links are
-/// stored as links. A `zip` inside of `source` isn't part of itself. Throws std::system_error.
+/// stored as links. Names keep their bytes; only composed ones are marked as UTF-8, because readers
+/// compose what is marked. A `zip` inside of `source` isn't part of itself. Throws
+/// std::system_error.
 void makeZip(const std::filesystem::path& source, const std::filesystem::path& zip,
     const ZipOptions& options = {});
 

@@ -269,7 +269,7 @@ void Unpacker::finishFolders() const
 void unpackZip(const fs::path& zip, const fs::path& folder, const UnpackLimits& limits)
 {
     const auto file = bytes::File::open(zip, bytes::File::Mode::read);
-    const Utf8Names names;
+    const NameEncoding names(NameEncoding::Kind::utf8);
     const ArchiveOwner source(::archive_read_new());
     // The reader that goes by the central directory: only there are the modes, and it is what
     // every other reader believes.

@@ -19,6 +19,7 @@ struct UnpackLimits {
 /// through a link, ends the work, and so do two entries of one name. Links may point anywhere;
 /// nothing here follows them. No more is written than a thousand times the archive's size, which
 /// deflated data can't pass, and than `limits` say. Special files and set-id bits are not made.
+/// Names that are marked as UTF-8 arrive composed, others byte for byte.
 ///
 /// Throws bytes::FormatError and std::system_error; what was unpacked until then stays.
 void unpackZip(const std::filesystem::path& zip, const std::filesystem::path& folder,
