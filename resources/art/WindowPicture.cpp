@@ -1,6 +1,7 @@
 #include "WindowPicture.h"
 
 #include "Drawings.h"
+#include "FileIcons.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -25,27 +26,6 @@ void drawLabel(QPainter& painter, QPoint place, const QString& text)
     painter.setPen(Qt::black);
     painter.drawText(QRect(place.x() - 120, place.y() + iconSize / 2 + 4, 240, 24),
         Qt::AlignHCenter | Qt::AlignTop, text);
-}
-
-void drawFolder(QPainter& painter, QPoint centre)
-{
-    const QRectF body(centre.x() - 54, centre.y() - 36, 108, 84);
-    QPainterPath tab;
-    tab.addRoundedRect(QRectF(body.left(), body.top() - 12, 48, 30), 7, 7);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(0x3f97d8));
-    painter.drawPath(tab);
-    QLinearGradient front(0, body.top(), 0, body.bottom());
-    front.setColorAt(0, QColor(0x7cc4f5));
-    front.setColorAt(1, QColor(0x4aa5e6));
-    painter.setBrush(front);
-    painter.drawRoundedRect(body, 8, 8);
-
-    painter.setPen(QPen(QColor(0x2b7fc0), 5, Qt::SolidLine, Qt::RoundCap));
-    const QPointF top(centre.x(), centre.y() - 14);
-    painter.drawLine(top, top + QPointF(-17, 36));
-    painter.drawLine(top, top + QPointF(17, 36));
-    painter.drawLine(top + QPointF(-20, 24), top + QPointF(20, 24));
 }
 
 void drawFrame(QPainter& painter)
@@ -91,7 +71,8 @@ QImage sampleWindow()
     painter.drawImage(
         QRect(applicationPlace - QPoint(iconSize, iconSize) / 2, QSize(iconSize, iconSize)),
         sampleIcon(iconSize * scale));
-    drawFolder(painter, linkPlace);
+    painter.drawImage(QRect(linkPlace - QPoint(iconSize, iconSize) / 2, QSize(iconSize, iconSize)),
+        applicationsFolderIcon(iconSize * scale));
     drawLabel(painter, applicationPlace, "Hello Vandor");
     drawLabel(painter, linkPlace, "Applications");
     return image;

@@ -1,6 +1,7 @@
 // draw_art PICTURE FILE: makes one of the product's pictures again.
 
 #include "Drawings.h"
+#include "FileIcons.h"
 #include "IconFile.h"
 #include "WindowPicture.h"
 
@@ -19,6 +20,12 @@ void draw(const QString& picture, const QString& path)
         writeIconFile(path, applicationIcon);
     else if (picture == "sample-icon")
         writeIconFile(path, sampleIcon);
+    else if (picture == "applications-folder-icon")
+        writeIconFile(path, applicationsFolderIcon);
+    else if (picture == "document-icon")
+        writeIconFile(path, documentIcon);
+    else if (picture == "generic-application-icon")
+        writeIconFile(path, genericApplicationIcon);
     else if (picture == "sample-background") {
         if (!sampleBackground().save(path, "PNG"))
             throw std::runtime_error("cannot write " + path.toStdString());
@@ -40,7 +47,8 @@ int main(int count, char** arguments)
     if (count != 3) {
         std::fprintf(stderr,
             "usage: draw_art PICTURE FILE\n"
-            "pictures: application-icon sample-icon sample-background sample-window\n");
+            "pictures: application-icon applications-folder-icon document-icon "
+            "generic-application-icon sample-icon sample-background sample-window\n");
         return 2;
     }
     try {
