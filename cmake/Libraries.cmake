@@ -13,6 +13,7 @@ find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)
 pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(deflate REQUIRED IMPORTED_TARGET libdeflate)
+pkg_check_modules(lzma REQUIRED IMPORTED_TARGET liblzma)
 pkg_check_modules(libarchive REQUIRED IMPORTED_TARGET libarchive)
 
 set(CMAKE_AUTOMOC OFF)

@@ -45,9 +45,9 @@ inline constexpr std::array formats{
     FormatFacts{ImageFormat::UDBZ, "UDBZ", ChunkType::bzip2, "UDIF read-only compressed (bzip2)",
         "UDIF read-only compressed (bzip2)", true, true},
     FormatFacts{ImageFormat::ULFO, "ULFO", ChunkType::lzfse, "UDIF read-only compressed (lzfse)",
-        "UDIF read-only compressed (lzfse)", false, false},
+        "UDIF read-only compressed (lzfse)", true, true},
     FormatFacts{ImageFormat::ULMO, "ULMO", ChunkType::lzma, "UDIF read-only compressed (lzma)",
-        "UDIF read-only compressed (lzma)", false, false},
+        "UDIF read-only compressed (lzma)", true, true},
 };
 
 const FormatFacts& factsOf(ImageFormat format);

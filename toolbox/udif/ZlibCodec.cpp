@@ -1,0 +1,75 @@
+#include "udif/ChunkCodecs.h"
+
+#include "bytes/FormatError.h"
+
+#include <algorithm>
+#include <array>
+#include <libdeflate.h>
+#include <new>
+
+namespace udif {
+
+namespace {
+
+struct FreeDeflate {
+    void operator()(libdeflate_compressor* codec) const { libdeflate_free_compressor(codec); }
+    void operator()(libdeflate_decompressor* codec) const { libdeflate_free_decompressor(codec); }
+};
+
+void decodeZlib(std::span<const std::byte> stored, std::span<std::byte> content)
+{
+    const std::unique_ptr<libdeflate_decompressor, FreeDeflate> codec(
+        libdeflate_alloc_decompressor());
+    if (!codec)
+        throw std::bad_alloc();
+    // Without a place for the length it demands that the stream fills `content` exactly.
+    const auto result = libdeflate_zlib_decompress(
+        codec.get(), stored.data(), stored.size(), content.data(), content.size(), nullptr);
+    if (result != LIBDEFLATE_SUCCESS)
+        throw bytes::FormatError("a zlib chunk is damaged");
+}
+
+// libdeflate's levels for those of zlib, 1 to 9. Measured in chunks of 1 MiB on 33.5 MB of a
+// machine code library (libclang-cpp; a Qt library gives the same picture), one core:
+//
+//     zlib 6         10.52 MB   29 MB/s        libdeflate 7   10.43 MB   57 MB/s
+//     zlib 9         10.47 MB    9 MB/s        libdeflate 9   10.39 MB   18 MB/s
+//     libdeflate 6   10.47 MB   78 MB/s        libdeflate 10  10.15 MB   12 MB/s
+//
+// So level 7 beats zlib's best at six times its speed and is used when nobody asks for a level; who
+// asks for 9 gets 3 % less than zlib makes and still waits less. 11 and 12 save another 0.1 %.
+constexpr std::array deflateLevels{1, 2, 3, 4, 5, 6, 6, 7, 10};
+constexpr int defaultZlibLevel = 8;
+
+class ZlibEncoder final : public ChunkEncoder {
+public:
+    explicit ZlibEncoder(int level)
+        : m_codec(libdeflate_alloc_compressor(
+            deflateLevels[static_cast<std::size_t>(clampedLevel(level) - 1)]))
+    {
+        if (!m_codec)
+            throw std::bad_alloc();
+    }
+
+    std::vector<std::byte> encode(std::span<const std::byte> content) override
+    {
+        std::vector<std::byte> out(content.size() - 1);
+        out.resize(libdeflate_zlib_compress(
+            m_codec.get(), content.data(), content.size(), out.data(), out.size()));
+        return out;
+    }
+
+private:
+    std::unique_ptr<libdeflate_compressor, FreeDeflate> m_codec;
+};
+
+std::unique_ptr<ChunkEncoder> makeZlibEncoder(int level)
+{
+    return std::make_unique<ZlibEncoder>(level);
+}
+
+} // namespace
+
+const ChunkCodec zlibCodec{ChunkType::zlib, "zlib", decodeZlib, makeZlibEncoder, defaultZlibLevel};
+
+} // namespace udif
