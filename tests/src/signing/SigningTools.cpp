@@ -20,6 +20,7 @@ find-identity) request=find-identity ;;
 --force) request=sign ;;
 --verify) request=verify ;;
 -dv) request=inspect ;;
+-dvv) request=describe ;;
 *) echo "unexpected: $*" >&2; exit 99 ;;
 esac
 if [ -f "$records/answers/$request" ]; then . "$records/answers/$request"; exit; fi
@@ -27,6 +28,7 @@ case "$request" in
 find-identity) echo '     0 valid identities found' ;;
 sign) echo "$last: signed" >&2 ;;
 inspect) echo 'Authority=Developer ID Application: Ada (TEAM)' >&2 ;;
+describe) echo 'Timestamp=5 Mar 2026 at 14:03:27' >&2 ;;
 esac
 )sh";
 

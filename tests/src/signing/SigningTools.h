@@ -10,7 +10,8 @@ public:
     /// Makes them in the folder `toolbox`; keeps records and answers in `folder`.
     SigningTools(QString folder, QString toolbox);
 
-    /// The answer, as a shell text, to "find-identity", "sign", "verify" or "inspect".
+    /// The answer, as a shell text, to "find-identity", "sign", "verify",
+    /// "inspect" or "describe".
     void answer(const QString& request, const QString& text) const;
     void remove(const QString& macPath) const;
     /// "TOOL <ARGUMENT> <ARGUMENT>" a call, in order.
