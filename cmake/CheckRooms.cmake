@@ -21,7 +21,9 @@ set(toolbox_macho bytes)
 set(toolbox_keychain bytes)
 set(toolbox_codesign bytes keychain macfile macho plist udif)
 set(toolbox_archive bytes macfile hfsplus)
-set(toolbox_tools bytes macfile hfsplus udif finder volumes applescript codesign keychain archive)
+set(toolbox_notary bytes plist macfile hfsplus udif volumes macho keychain codesign archive)
+set(toolbox_tools
+    bytes macfile hfsplus udif finder volumes applescript codesign keychain archive notary)
 
 set(src_platform "")
 set(src_model platform)
