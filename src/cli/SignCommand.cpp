@@ -4,12 +4,10 @@
 #include "cli/IdentityChoice.h"
 #include "cli/SigningPlan.h"
 #include "cli/SigningSession.h"
+#include "cli/Subject.h"
 #include "cli/UsageError.h"
 
 #include <CLI/CLI.hpp>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
@@ -26,7 +24,7 @@ class SignRun {
 public:
     SignRun(const SignOptions& options, const CommandHost& host, CommandReport& report)
         : m_options(options)
-        , m_subject(options.subject())
+        , m_subject(subjectAt(options.path))
         , m_report(report)
         , m_session(host)
     {
@@ -40,11 +38,11 @@ public:
     }
 
 private:
-    bool isImage() const { return m_subject.kind == SignOptions::Kind::image; }
-    QString path() const { return m_subject.location.toLocalFile(); }
+    QString path() const { return m_subject.path(); }
     QString what() const
     {
-        return isImage() ? u"the image was not signed"_s : u"the application was not signed"_s;
+        return m_subject.isImage() ? u"the image was not signed"_s
+                                   : u"the application was not signed"_s;
     }
 
     QCoro::Task<int> sign();
@@ -55,7 +53,7 @@ private:
     int reportSuccess(const SigningIdentity& identity);
 
     const SignOptions& m_options;
-    SignOptions::Subject m_subject;
+    Subject m_subject;
     CommandReport& m_report;
     SigningSession m_session;
     QStringList m_complaints; // what the signing tool said on standard error
@@ -92,7 +90,7 @@ QCoro::Task<int> SignRun::sign()
 QCoro::Task<std::optional<ShellError>> SignRun::signWith(SigningIdentity identity)
 {
     std::optional<ShellError> failure;
-    if (!isImage()) {
+    if (!m_subject.isImage()) {
         failure = co_await m_session.manager().signApp(m_subject.location, identity);
         co_return failure;
     }
@@ -138,7 +136,7 @@ int SignRun::reportFailure(const ShellError& error)
 
 int SignRun::reportSuccess(const SigningIdentity& identity)
 {
-    QJsonObject fields{{u"path"_s, path()}, {u"kind"_s, isImage() ? u"image"_s : u"application"_s},
+    QJsonObject fields{{u"path"_s, path()}, {u"kind"_s, m_subject.kindName()},
         {u"identity"_s, QJsonObject{{u"sha1"_s, identity.sha1}, {u"name"_s, identity.name}}}};
     const AppSignatureStatus& status = m_session.manager().appSignatureStatus();
     if (status.which == AppSignatureStatus::Case::signedBy)
@@ -165,31 +163,12 @@ void SignOptions::addTo(CLI::App& command)
     command.add_flag("--quiet", quiet, "Write the result and failures only");
 }
 
-SignOptions::Subject SignOptions::subject() const
-{
-    const QString typed =
-        QDir::cleanPath(QDir::current().absoluteFilePath(QFile::decodeName(path.c_str())));
-    QFileInfo file(typed);
-    // What a link leads to is signed, under its own name.
-    if (file.isSymLink())
-        file.setFile(file.canonicalFilePath());
-    if (!file.exists())
-        throw UsageError(u"there is nothing at “%1”"_s.arg(typed));
-    const QUrl location = QUrl::fromLocalFile(file.filePath());
-    if (file.isDir() && file.suffix() == "app"_L1)
-        return {Kind::application, location};
-    if (file.isFile() && file.suffix() == "dmg"_L1)
-        return {Kind::image, location};
-    throw UsageError(u"“%1” is neither an application, a folder whose name ends in .app, nor a "
-                     u"disk image, a file whose name ends in .dmg"_s.arg(file.filePath()));
-}
-
 int runSignCommand(const SignOptions& options, const CommandHost& host)
 {
     CommandReport report(host.results, host.messages, {u"sign"_s, options.json, options.quiet});
     try {
         if (options.plan)
-            return runSigningPlan(options.subject(), host, report);
+            return runSigningPlan(subjectAt(options.path), host, report);
         SignRun run(options, host, report);
         if (options.quiet)
             host.silenceTools();

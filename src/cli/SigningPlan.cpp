@@ -14,20 +14,20 @@ const QString codesign = u"/usr/bin/codesign"_s;
 
 /// The same call that signs, but that it stops before anything is changed. Who signs makes no
 /// difference to what is signed, so nobody is named.
-ToolCall dryRunOf(const SignOptions::Subject& subject)
+ToolCall dryRunOf(const Subject& subject)
 {
     ToolCall call;
     call.program = codesign;
     call.arguments = {u"--dryrun"_s, u"--force"_s, u"--sign"_s, u"-"_s};
-    if (subject.kind == SignOptions::Kind::application)
+    if (!subject.isImage())
         call.arguments += {u"--options"_s, u"runtime"_s, u"--deep"_s};
-    call.arguments += {u"--"_s, subject.location.toLocalFile()};
+    call.arguments += {u"--"_s, subject.path()};
     call.captureOutput = true;
     call.captureError = true;
     return call;
 }
 
-QCoro::Task<int> plan(SigningSession& session, SignOptions::Subject subject, CommandReport& report)
+QCoro::Task<int> plan(SigningSession& session, Subject subject, CommandReport& report)
 {
     const ToolCall call = dryRunOf(subject);
     const ToolOutcome outcome = co_await session.tools().run(call);
@@ -47,15 +47,14 @@ QCoro::Task<int> plan(SigningSession& session, SignOptions::Subject subject, Com
         report.item(u"step"_s, line, {{u"text"_s, line}});
         steps += line;
     }
-    const QJsonObject fields{{u"path"_s, subject.location.toLocalFile()}, {u"steps"_s, steps}};
+    const QJsonObject fields{{u"path"_s, subject.path()}, {u"steps"_s, steps}};
     report.finished({}, fields);
     co_return ExitStatus::done;
 }
 
 } // namespace
 
-int runSigningPlan(
-    const SignOptions::Subject& subject, const CommandHost& host, CommandReport& report)
+int runSigningPlan(const Subject& subject, const CommandHost& host, CommandReport& report)
 {
     SigningSession session(host);
     return session.exec([&] { return plan(session, subject, report); });

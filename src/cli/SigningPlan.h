@@ -2,9 +2,8 @@
 
 #include "cli/CommandHost.h"
 #include "cli/CommandReport.h"
-#include "cli/SignCommand.h"
+#include "cli/Subject.h"
 
 /// `vandor sign --plan`: what signing would do to each piece of code, inside out. Touches nothing
 /// and needs no identity. Returns the exit status.
-int runSigningPlan(
-    const SignOptions::Subject& subject, const CommandHost& host, CommandReport& report);
+int runSigningPlan(const Subject& subject, const CommandHost& host, CommandReport& report);
