@@ -48,6 +48,8 @@ inline constexpr const char* sealModified =
     "invalid resource directory (directory or signature have been modified)";
 inline constexpr const char* sealMissing =
     "code has no resources but signature indicates they must be present";
+inline constexpr const char* oldSeal =
+    "resource envelope is obsolete (version 1 signature)";
 inline constexpr const char* resourceModified = "a sealed resource is missing or invalid";
 inline constexpr const char* nestedModified = "nested code is modified or invalid";
 inline constexpr const char* badSignatureFormat = "invalid or unsupported format for signature";
@@ -57,6 +59,8 @@ inline constexpr const char* frameworkRootContents =
 inline constexpr const char* linkDestination = "invalid destination for symbolic link in bundle";
 inline constexpr const char* strictExecutable = "main executable failed strict validation";
 inline constexpr const char* wrongTeam = "a Team Identifier is wrong or inappropriate";
+inline constexpr const char* notSignable =
+    "only Mach-O files, bundles of them and disk images can be signed on this host";
 inline constexpr const char* unsuitableBundle =
     "bundle format unrecognized, invalid, or unsuitable";
 inline constexpr const char* detritus =

@@ -76,6 +76,29 @@ const char* trustMessage(Trust trust)
     return nullptr;
 }
 
+/// The seal, once it is what every slice and code directory vouches for. A bundle always has one:
+/// code that was signed apart from its bundle vouches for nothing else in it.
+ResourceSeal intactSeal(const StaticCode& code)
+{
+    if (!fs::exists(code.bundle->sealFile))
+        throw CodeError(message::sealMissing);
+    const auto file = bytes::File::open(code.bundle->sealFile, bytes::File::Mode::read);
+    const auto raw = file.read(0, static_cast<std::size_t>(file.size()));
+    for (const StaticCode::Part& part : code.parts) {
+        for (const EmbeddedSignature::Directory& directory : part.signature->directories) {
+            if (directory.content.special(Slot::resources) == nullptr)
+                throw CodeError(message::sealMissing);
+            if (!covers(directory, Slot::resources, raw))
+                throw CodeError(message::sealModified);
+        }
+    }
+    try {
+        return ResourceSeal::read(raw);
+    } catch (const FormatError&) {
+        throw CodeError(message::sealModified);
+    }
+}
+
 std::vector<std::string> detailLines(const BundleLayout& bundle, const SealDifferences& found)
 {
     std::vector<std::string> lines;
@@ -95,20 +118,27 @@ CodeVerifier::Verdict CodeVerifier::verify(
     const fs::path& path, const Options& options, const Expression* test) const
 {
     const StaticCode code = StaticCode::read(path);
+    const Verdict verdict = checkParts(code, test, true);
+    if (code.bundle)
+        checkResources(code, options);
+    if (options.strict)
+        checkStrictly(code);
+    return verdict;
+}
+
+CodeVerifier::Verdict CodeVerifier::checkParts(
+    const StaticCode& code, const Expression* test, bool pagesToo) const
+{
     const std::vector<std::byte> infoBytes = code.infoPlist();
     const plist::Value info = infoValues(infoBytes);
     Verdict verdict;
     for (const StaticCode::Part& part : code.parts) {
         try {
-            checkPart(code, part, info, infoBytes, test, verdict, true);
+            checkPart(code, part, info, infoBytes, test, verdict, pagesToo);
         } catch (CodeError& error) {
             throw error.in(part.architecture);
         }
     }
-    if (code.bundle)
-        checkResources(code, options);
-    if (options.strict)
-        checkStrictly(code);
     return verdict;
 }
 
@@ -169,24 +199,9 @@ void CodeVerifier::checkSigner(
 void CodeVerifier::checkResources(const StaticCode& code, const Options& options) const
 {
     const BundleLayout& bundle = *code.bundle;
-    const EmbeddedSignature::Directory& directory = code.parts.front().signature->best();
-    const bool sealed = directory.content.special(Slot::resources) != nullptr;
-    if (!fs::exists(bundle.sealFile)) {
-        if (sealed)
-            throw CodeError(message::sealMissing);
-        return;
-    }
-    const auto file = bytes::File::open(bundle.sealFile, bytes::File::Mode::read);
-    const auto raw = file.read(0, static_cast<std::size_t>(file.size()));
-    if (!covers(directory, Slot::resources, raw))
-        throw CodeError(message::sealModified);
-
-    ResourceSeal seal;
-    try {
-        seal = ResourceSeal::read(raw);
-    } catch (const FormatError&) {
-        throw CodeError(message::sealModified);
-    }
+    const ResourceSeal seal = intactSeal(code);
+    if (options.strict && seal.version < 2)
+        throw CodeError(message::oldSeal);
     bool nestedOnly = true;
     const SealDifferences differences = compareWithSeal(
         bundle, seal, [&](const SealCandidate& candidate, const NestedCode& nested) {
@@ -208,16 +223,18 @@ bool CodeVerifier::nestedHolds(
 {
     if (candidate.kind == SealCandidate::Kind::link)
         return false;
+    const auto follow = [&](const char* stage) {
+        if (options.follow)
+            options.follow(stage + candidate.location.string());
+    };
     try {
+        follow("--prepared:");
         const Expression required = parseRequirement(sealed.requirement);
-        if (options.deep)
-            return verify(candidate.location, options, &required).meetsTest;
-        const StaticCode code = StaticCode::read(candidate.location);
-        const std::vector<std::byte> infoBytes = code.infoPlist();
-        const plist::Value info = infoValues(infoBytes);
-        Verdict verdict;
-        for (const StaticCode::Part& part : code.parts)
-            checkPart(code, part, info, infoBytes, &required, verdict, false);
+        const Verdict verdict = options.deep
+            ? verify(candidate.location, options, &required)
+            : checkParts(StaticCode::read(candidate.location), &required, false);
+        if (verdict.meetsTest)
+            follow("--validated:");
         return verdict.meetsTest;
     } catch (const CodeError& error) {
         if (!error.subcomponent().empty())

@@ -5,6 +5,8 @@
 #include "codesign/StaticCode.h"
 
 #include <filesystem>
+#include <functional>
+#include <string>
 
 namespace codesign {
 
@@ -15,6 +17,8 @@ public:
     struct Options {
         bool deep = false; // nested code as thoroughly as the code that is named
         bool strict = false; // also what a Mac refuses only when asked to be strict
+        /// Hears "--prepared:PATH" and "--validated:PATH" of each piece of nested code.
+        std::function<void(const std::string& line)> follow{};
     };
     struct Verdict {
         bool meetsDesignated = true; // its own designated requirement
@@ -31,6 +35,7 @@ public:
         const Expression* test = nullptr) const;
 
 private:
+    Verdict checkParts(const StaticCode& code, const Expression* test, bool pagesToo) const;
     void checkPart(const StaticCode& code, const StaticCode::Part& part, const plist::Value& info,
         const std::vector<std::byte>& infoBytes, const Expression* test, Verdict& verdict,
         bool pagesToo) const;

@@ -149,16 +149,13 @@ bool fileHolds(const SealCandidate& found, const SealedItem& sealed)
 ResourceSeal ResourceSeal::read(std::span<const std::byte> propertyList)
 {
     const plist::Value value = plist::read(propertyList);
-    const plist::Value* rules = value.find("rules2");
-    const auto* files = value.find<plist::Dictionary>("files2");
-    if (rules == nullptr)
-        rules = value.find("rules");
-    if (files == nullptr)
-        files = value.find<plist::Dictionary>("files");
+    ResourceSeal seal;
+    seal.version = value.find("files2") != nullptr ? 2 : 1;
+    const plist::Value* rules = value.find(seal.version == 2 ? "rules2" : "rules");
+    const auto* files = value.find<plist::Dictionary>(seal.version == 2 ? "files2" : "files");
     if (rules == nullptr || files == nullptr)
         throw FormatError("the resource seal has no rules or no files");
 
-    ResourceSeal seal;
     seal.rules = SealRules::read(*rules);
     for (const auto& [path, entry] : *files)
         seal.items.emplace(path, itemFrom(path, entry));
@@ -187,7 +184,9 @@ std::string makeSeal(const BundleLayout& layout, bool oldHashesToo,
 SealDifferences compareWithSeal(const BundleLayout& layout, const ResourceSeal& seal,
     const std::function<bool(const SealCandidate&, const NestedCode&)>& nestedHolds)
 {
-    const std::vector<SealCandidate> found = scanForSeal(layout, seal.rules);
+    const std::vector<SealCandidate> found = seal.version == 1
+        ? scanFilesForOldSeal(layout, seal.rules)
+        : scanForSeal(layout, seal.rules);
     std::vector<char> holds(found.size(), 1);
     inParallel(found.size(), [&](std::size_t i) {
         const auto sealed = seal.items.find(found[i].path);

@@ -31,6 +31,7 @@ struct ResourceSeal {
     /// Throws bytes::FormatError.
     static ResourceSeal read(std::span<const std::byte> propertyList);
 
+    int version = 2; // 1: plain files only, known by SHA-1
     SealRules rules = SealRules::defaults("Resources/");
     std::map<std::string, SealedItem> items; // by path below the seal root
 };

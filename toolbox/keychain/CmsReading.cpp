@@ -159,6 +159,9 @@ SignatureFacts readCodeSignature(std::span<const std::byte> cms,
     readStamp(signer, roots, facts);
     const Time time = facts.timestamp.value_or(facts.signingTime.value_or(now()));
     facts.trust = roots.trustOf(facts.chain, time);
+    // The same authority may issue for other purposes, too.
+    if (facts.trust == Trust::trusted && !facts.chain.front().allowsCodeSigning())
+        facts.trust = Trust::notTrusted;
     forgetErrors();
     return facts;
 }
