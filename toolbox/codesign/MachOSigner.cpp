@@ -1,6 +1,7 @@
 #include "codesign/MachOSigner.h"
 
 #include "bytes/FormatError.h"
+#include "bytes/Zeros.h"
 #include "macho/MachOFile.h"
 #include "macho/SignatureSpace.h"
 
@@ -13,8 +14,15 @@ using macho::Slice;
 
 namespace {
 
-constexpr uint32_t platformMacOS = 1;
-constexpr uint32_t firstWithoutSha1 = 0x000A0B04; // 10.11.4
+/// The first version of a platform whose systems do without SHA-1.
+struct FirstWithoutSha1 {
+    uint32_t platform, version;
+};
+constexpr FirstWithoutSha1 withoutSha1[] = {
+    {1, 0x000A0B04}, // macOS 10.11.4
+    {2, 0x000B0000}, // iOS 11
+    {3, 0x000B0000}, // tvOS 11
+};
 constexpr uint8_t pageExponentIntel = 12;
 constexpr uint8_t pageExponentArm64 = 14;
 constexpr uint64_t executableIsMain = 1;
@@ -74,8 +82,22 @@ Layout layoutOf(const MachOFile& file, std::vector<macho::SlicePlan> plans)
     return layout;
 }
 
+/// A new fat file ends with its last slice; what a program has hung on behind would be lost.
+void requireOnlyPaddingBehindSlices(const MachOFile& file, const bytes::ByteSource& source)
+{
+    uint64_t end = 0;
+    for (const MachOFile::Part& part : file.parts)
+        end = std::max(end, part.extent.offset + part.extent.size);
+    constexpr uint64_t mostPadding = 1U << 14;
+    const uint64_t behind = source.size() - end;
+    if (behind > mostPadding
+        || !bytes::isZero(source.read(end, static_cast<std::size_t>(behind))))
+        throw bytes::FormatError("main executable failed strict validation");
+}
+
 void writeSlices(const MachOFile& file, const Layout& layout, FileReplacement& out)
 {
+    requireOnlyPaddingBehindSlices(file, out.original());
     out.file().resize(0);
     out.file().resize(layout.fileSize);
     out.file().writeAt(0, layout.fatHeader);
@@ -121,7 +143,9 @@ bool needsOldHashes(const MachOFile& file)
 {
     return std::ranges::any_of(file.parts, [](const MachOFile::Part& part) {
         const auto& target = part.slice.target;
-        return target && target->platform == platformMacOS && target->minimum < firstWithoutSha1;
+        return target && std::ranges::any_of(withoutSha1, [&](const FirstWithoutSha1& row) {
+            return target->platform == row.platform && target->minimum < row.version;
+        });
     });
 }
 

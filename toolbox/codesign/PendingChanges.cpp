@@ -1,8 +1,7 @@
 #include "codesign/PendingChanges.h"
 
-#include "bytes/Interruption.h"
-
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace codesign {
 
@@ -16,9 +15,17 @@ FileReplacement& PendingChanges::replace(const fs::path& path)
 
 void PendingChanges::put(const fs::path& path, std::string_view content)
 {
-    if (fs::create_directory(path.parent_path()))
-        m_newFolders.push_back(path.parent_path());
-    m_files.push_back(std::make_unique<bytes::OutputFile>(path));
+    {
+        const bytes::Uninterrupted untilBothCanBeRemoved;
+        const fs::path folder = path.parent_path();
+        const bool isNew = fs::create_directory(folder);
+        if (isNew)
+            m_newFolders.emplace_back().path = folder;
+        m_files.push_back(std::make_unique<bytes::OutputFile>(path));
+        // Registered after the file, which a signal must take away first.
+        if (isNew)
+            m_newFolders.back().removal.emplace([folder] { ::rmdir(folder.c_str()); });
+    }
     bytes::OutputFile& output = *m_files.back();
     output.file().writeAt(0, std::as_bytes(std::span(content)));
     if (::fchmod(output.file().descriptor(), 0644) != 0)
@@ -57,8 +64,8 @@ PendingChanges::~PendingChanges()
 {
     m_files.clear();
     std::error_code ignored;
-    for (const fs::path& folder : m_newFolders)
-        fs::remove(folder, ignored);
+    for (const NewFolder& folder : m_newFolders)
+        fs::remove(folder.path, ignored);
 }
 
 } // namespace codesign

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "bytes/Interruption.h"
 #include "codesign/FileReplacement.h"
 
 #include <filesystem>
+#include <list>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string_view>
 #include <vector>
@@ -31,10 +34,16 @@ public:
     PendingChanges& operator=(const PendingChanges&) = delete;
 
 private:
+    /// A folder that goes again, however the run ends, if nothing comes to stay in it.
+    struct NewFolder {
+        std::filesystem::path path;
+        std::optional<bytes::OnInterruption> removal;
+    };
+
     std::vector<std::unique_ptr<FileReplacement>> m_replacements;
     std::vector<std::unique_ptr<bytes::OutputFile>> m_files;
     std::vector<std::filesystem::path> m_removals;
-    std::vector<std::filesystem::path> m_newFolders;
+    std::list<NewFolder> m_newFolders;
 };
 
 } // namespace codesign

@@ -2,6 +2,7 @@
 
 #include "codesign/CodeError.h"
 #include "codesign/HostDetritus.h"
+#include "macho/SignatureSpace.h"
 
 #include <algorithm>
 #include <set>
@@ -12,9 +13,6 @@ namespace codesign {
 namespace fs = std::filesystem;
 
 namespace {
-
-/// A signature may be followed by this many bytes of alignment.
-constexpr uint64_t alignmentSlack = 7;
 
 void checkAppRoot(const BundleLayout& bundle)
 {
@@ -62,7 +60,7 @@ void checkExecutable(const StaticCode& code)
 {
     for (const StaticCode::Part& part : code.parts) {
         const auto& place = part.slice.signature;
-        if (place && part.size - (place->offset + place->room) > alignmentSlack)
+        if (place && part.size - (place->offset + place->room) > macho::alignmentSlack)
             throw CodeError(message::strictExecutable).in(part.architecture);
     }
 }

@@ -79,6 +79,14 @@ void appendCommand(const Slice& slice, std::vector<std::byte>& head)
     setCommands(head, slice.commandCount + 1, newSize - headerSize(slice));
 }
 
+/// What is cut off begins with the old signature and must end with it.
+void requireNothingBehindSignature(const Slice& slice)
+{
+    if (slice.signature
+        && slice.size - (slice.signature->offset + slice.signature->room) > alignmentSlack)
+        throw FormatError("main executable failed strict validation");
+}
+
 } // namespace
 
 uint64_t signedLength(const Slice& slice)
@@ -89,6 +97,7 @@ uint64_t signedLength(const Slice& slice)
 SlicePlan planSignature(const Slice& slice, uint64_t room)
 {
     assert(room % signatureAlignment == 0);
+    requireNothingBehindSignature(slice);
     SlicePlan plan;
     plan.head = slice.head;
     plan.signatureOffset = signedLength(slice);
@@ -114,6 +123,7 @@ SlicePlan planSignature(const Slice& slice, uint64_t room)
 
 SlicePlan planRemoval(const Slice& slice)
 {
+    requireNothingBehindSignature(slice);
     SlicePlan plan;
     plan.head = slice.head;
     plan.keep = slice.size;

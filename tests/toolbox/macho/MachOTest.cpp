@@ -71,6 +71,11 @@ TEST(SignatureSpace, IsAddedBehindTheCodeAndTakenAwayWithoutATrace)
     EXPECT_EQ(Slice::read(larger).signature->offset, after.signature->offset);
     EXPECT_EQ(Slice::read(larger).commandCount, after.commandCount);
 
+    Slice burdened = Slice::read(larger);
+    burdened.size += 8;
+    EXPECT_THROW(planSignature(burdened, 20000), FormatError) << "what follows would be lost";
+    EXPECT_THROW(planRemoval(burdened), FormatError);
+
     const MemoryDevice bare = applied(larger, planRemoval(Slice::read(larger)));
     EXPECT_FALSE(Slice::read(bare).signature);
     ASSERT_EQ(bare.size(), original.size());
