@@ -1,6 +1,7 @@
 #include "keychain/Cms.h"
 
 #include "keychain/CodeAttributes.h"
+#include "keychain/TimeStampProtocol.h"
 
 #include <array>
 
@@ -43,7 +44,19 @@ void addCodeHashes(CMS_SignerInfo* signer, std::span<const CodeHash> codeHashes)
     require(CMS_signed_add1_attr(signer, values.get()), "adding the hashes");
 }
 
-void addTimeStamp(CMS_SignerInfo* signer, const TimeStamper& stamper)
+/// A clock that far from the service's makes signatures that others find odd.
+void requireAgreement(const std::vector<std::byte>& token, Time signingTime)
+{
+    constexpr std::chrono::seconds tolerance{180};
+    const auto stamped = timeOfToken(token);
+    if (!stamped)
+        throw TimeStampUnavailable("the token states no time");
+    const std::chrono::seconds difference = *stamped - signingTime;
+    if (difference > tolerance || difference < -tolerance)
+        throw TimeStampMismatch(difference);
+}
+
+void addTimeStamp(CMS_SignerInfo* signer, const TimeStamper& stamper, Time signingTime)
 {
     const ASN1_OCTET_STRING* signature = CMS_SignerInfo_get0_signature(signer);
     std::array<std::byte, 32> imprint{};
@@ -52,6 +65,7 @@ void addTimeStamp(CMS_SignerInfo* signer, const TimeStamper& stamper)
                 reinterpret_cast<unsigned char*>(imprint.data()), nullptr, EVP_sha256(), nullptr),
         "hashing the signature");
     const std::vector<std::byte> token = stamper.token(imprint);
+    requireAgreement(token, signingTime);
     require(CMS_unsigned_add1_attr_by_NID(signer, NID_id_smime_aa_timeStampToken, V_ASN1_SEQUENCE,
                 token.data(), static_cast<int>(token.size())),
         "adding the time stamp");
@@ -76,9 +90,10 @@ std::vector<std::byte> signCode(const Identity& identity,
         require(CMS_add1_cert(cms.get(), issuer.get()), "adding a certificate");
     addCodeHashes(signer, codeHashes);
     const BioOwner content = readingFrom(primaryCodeDirectory);
+    const Time signingTime = now();
     require(CMS_final(cms.get(), content.get(), nullptr, CMS_DETACHED | CMS_BINARY), "signing");
     if (stamper != nullptr)
-        addTimeStamp(signer, *stamper);
+        addTimeStamp(signer, *stamper, signingTime);
     return derOf(cms.get(), i2d_CMS_ContentInfo);
 }
 

@@ -24,7 +24,7 @@ struct CodeHash {
 
 /// A detached signature in DER over `primaryCodeDirectory`, which also names all `codeHashes` (one
 /// for each code directory, by ascending hash type). Asks `stamper`, if any, for a time stamp.
-/// Throws CryptoError (also for an incomplete chain) and TimeStampUnavailable.
+/// Throws CryptoError (also for an incomplete chain), TimeStampUnavailable and TimeStampMismatch.
 std::vector<std::byte> signCode(const Identity& identity,
     std::span<const std::byte> primaryCodeDirectory, std::span<const CodeHash> codeHashes,
     const TimeStamper* stamper = nullptr);
@@ -43,7 +43,8 @@ struct SignatureFacts {
     std::string fault; // why not
 
     std::vector<Certificate> chain; // the signer's first; as far as the certificates reach
-    /// At the time stamp's time; else at the signing time; else now.
+    /// At the time stamp's time; else at the signing time; else now. A signer whose certificate is
+    /// not for code is not trusted.
     Trust trust = Trust::notTrusted;
     std::optional<Time> signingTime; // by the signer's own clock
 

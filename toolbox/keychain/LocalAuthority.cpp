@@ -144,6 +144,13 @@ ASN1_INTEGER* randomSerial(TS_RESP_CTX*, void*)
     return serial;
 }
 
+int stateTime(TS_RESP_CTX*, void* time, long* seconds, long* microseconds)
+{
+    *seconds = static_cast<long>(std::chrono::system_clock::to_time_t(*static_cast<Time*>(time)));
+    *microseconds = 0;
+    return 1;
+}
+
 } // namespace
 
 LocalAuthority::LocalAuthority(IdentityStore& store)
@@ -178,7 +185,8 @@ Identity LocalAuthority::createIdentity(
     return identity;
 }
 
-std::vector<std::byte> LocalAuthority::timeStampResponse(std::span<const std::byte> request) const
+std::vector<std::byte> LocalAuthority::timeStampResponse(
+    std::span<const std::byte> request, Time time) const
 {
     const StampContextOwner context =
         required(StampContextOwner(TS_RESP_CTX_new()), "preparing a time stamp");
@@ -197,6 +205,7 @@ std::vector<std::byte> LocalAuthority::timeStampResponse(std::span<const std::by
         && TS_RESP_CTX_set_accuracy(context.get(), 1, 0, 0) == 1;
     require(isReady ? 1 : 0, "preparing a time stamp");
     TS_RESP_CTX_set_serial_cb(context.get(), randomSerial, nullptr);
+    TS_RESP_CTX_set_time_cb(context.get(), stateTime, &time);
 
     const BioOwner source = readingFrom(request);
     const StampResponseOwner response = required(

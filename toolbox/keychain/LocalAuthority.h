@@ -28,7 +28,9 @@ public:
     Identity createIdentity(
         IdentityStore& store, const std::string& name, const std::string& team) const;
     /// Answers a time-stamp request (RFC 3161) in DER with the whole response, also a refusal.
-    std::vector<std::byte> timeStampResponse(std::span<const std::byte> request) const;
+    /// States that it is `time`.
+    std::vector<std::byte> timeStampResponse(
+        std::span<const std::byte> request, Time time = now()) const;
 
     const Certificate& root() const { return m_root; }
 

@@ -78,23 +78,32 @@ std::vector<Certificate> stampChain(PKCS7* token, const TrustedRoots& roots)
     return chain;
 }
 
-bool readTime(PKCS7* token, Time& time)
+std::optional<Time> statedTime(PKCS7* token)
 {
     const StampInfoOwner info(PKCS7_to_TS_TST_INFO(token));
     std::tm parts{};
     if (!info || ASN1_TIME_to_tm(TS_TST_INFO_get_time(info.get()), &parts) != 1)
-        return false;
-    time = std::chrono::time_point_cast<std::chrono::seconds>(
+        return std::nullopt;
+    return std::chrono::time_point_cast<std::chrono::seconds>(
         std::chrono::system_clock::from_time_t(::timegm(&parts)));
-    return true;
+}
+
+Pkcs7Owner signedToken(std::span<const std::byte> token)
+{
+    Pkcs7Owner message = fromDer<Pkcs7Owner>(token, d2i_PKCS7);
+    if (message && (!PKCS7_type_is_signed(message.get()) || message->d.sign == nullptr))
+        message.reset();
+    return message;
 }
 
 TokenFacts factsOf(PKCS7* token, std::span<const std::byte> data, const TrustedRoots& roots)
 {
     TokenFacts facts;
-    facts.isIntact = isStampFor(token, data) && readTime(token, facts.time);
+    const std::optional<Time> time = statedTime(token);
+    facts.isIntact = time && isStampFor(token, data);
     if (!facts.isIntact)
         return facts;
+    facts.time = *time;
     facts.chain = stampChain(token, roots);
     const bool mayStamp = !facts.chain.empty()
         && X509_check_purpose(facts.chain[0].get(), X509_PURPOSE_TIMESTAMP_SIGN, 0) == 1;
@@ -133,12 +142,20 @@ std::vector<std::byte> TimeStampRequest::tokenOf(std::span<const std::byte> resp
     return derOf(TS_RESP_get_token(answer.get()), i2d_PKCS7);
 }
 
+std::optional<Time> timeOfToken(std::span<const std::byte> token)
+{
+    const Pkcs7Owner message = signedToken(token);
+    const std::optional<Time> time = message ? statedTime(message.get()) : std::nullopt;
+    forgetErrors();
+    return time;
+}
+
 TokenFacts readToken(
     std::span<const std::byte> token, std::span<const std::byte> data, const TrustedRoots& roots)
 {
-    const auto message = fromDer<Pkcs7Owner>(token, d2i_PKCS7);
+    const Pkcs7Owner message = signedToken(token);
     TokenFacts facts;
-    if (message && PKCS7_type_is_signed(message.get()) && message->d.sign != nullptr)
+    if (message)
         facts = factsOf(message.get(), data, roots);
     forgetErrors();
     return facts;

@@ -3,6 +3,7 @@
 #include "keychain/TrustedRoots.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -30,6 +31,9 @@ struct TokenFacts {
     Time time{};
     std::vector<Certificate> chain; // the stamper's first
 };
+
+/// The time that a token states, whether it holds or not; none when it is no token.
+std::optional<Time> timeOfToken(std::span<const std::byte> token);
 
 /// `data` is what was stamped, not its hash. Never throws for a damaged token.
 TokenFacts readToken(

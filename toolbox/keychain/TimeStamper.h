@@ -2,7 +2,9 @@
 
 #include "keychain/OpenSsl.h"
 
+#include <chrono>
 #include <cstddef>
+#include <cstdlib>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -21,6 +23,15 @@ public:
 
 private:
     std::string m_reason;
+};
+
+/// The service's clock and this host's are too far apart, as the Mac's signing tool puts it.
+class TimeStampMismatch : public std::runtime_error {
+public:
+    explicit TimeStampMismatch(std::chrono::seconds difference)
+        : std::runtime_error("timestamps differ by " + std::to_string(std::abs(difference.count()))
+              + " seconds - check your system clock")
+    { }
 };
 
 /// A service that vouches for the time at which something existed (RFC 3161).

@@ -3,6 +3,7 @@
 #include "bytes/FormatError.h"
 #include "keychain/CodeAttributes.h"
 #include "keychain/LocalTimeStamper.h"
+#include "keychain/TimeStampProtocol.h"
 
 #include <algorithm>
 #include <array>
@@ -51,6 +52,23 @@ public:
         std::vector<std::byte> other(imprint.rbegin(), imprint.rend());
         return LocalTimeStamper(Rehearsal::shared().authority).token(other);
     }
+};
+
+/// Stamps by a clock of its own.
+class Untimely final : public TimeStamper {
+public:
+    explicit Untimely(std::chrono::seconds ahead)
+        : m_ahead(ahead)
+    { }
+    std::vector<std::byte> token(std::span<const std::byte> imprint) const override
+    {
+        const TimeStampRequest request(imprint);
+        return request.tokenOf(
+            Rehearsal::shared().authority.timeStampResponse(request.der(), now() + m_ahead));
+    }
+
+private:
+    std::chrono::seconds m_ahead;
 };
 
 class Unavailable final : public TimeStamper {
@@ -221,6 +239,37 @@ TEST(CodeSignature, HeedsTheDatesAtTheTimeOfSigning)
     EXPECT_EQ(readCodeSignature(cms, codeDirectory, oneHash, roots).trust, Trust::expired);
     EXPECT_EQ(roots.trustOf(expired.chain(), now() - std::chrono::days(16)), Trust::trusted);
     EXPECT_EQ(roots.trustOf(expired.chain(), now() - std::chrono::days(21)), Trust::notYetValid);
+}
+
+TEST(CodeSignature, IsForSignersOfCodeOnly)
+{
+    const TestAuthority authority;
+    struct Row {
+        const char* usage;
+        Trust trust;
+    };
+    const Row rows[] = {{"critical,codeSigning", Trust::trusted},
+        {"serverAuth,codeSigning", Trust::trusted}, {"serverAuth", Trust::notTrusted},
+        {"critical,timeStamping", Trust::notTrusted}};
+    for (const Row& row : rows) {
+        const Identity signer = authority.identity({.usage = {{"extendedKeyUsage", row.usage}}});
+        const auto facts = readCodeSignature(signCode(signer, codeDirectory, oneHash),
+            codeDirectory, oneHash, rootsWith(authority.root));
+        EXPECT_TRUE(facts.isIntact) << row.usage;
+        EXPECT_EQ(facts.trust, row.trust) << row.usage;
+    }
+}
+
+TEST(CodeSignature, IsNotMadeByAClockThatIsFarOff)
+{
+    const Identity& identity = Rehearsal::shared().identity;
+    for (const std::chrono::minutes ahead : {std::chrono::hours(1), -std::chrono::hours(1)}) {
+        const Untimely stamper(ahead);
+        EXPECT_THROW(signCode(identity, codeDirectory, oneHash, &stamper), TimeStampMismatch);
+    }
+    const Untimely nearly(std::chrono::seconds(60));
+    EXPECT_EQ(
+        read(signCode(identity, codeDirectory, oneHash, &nearly)).stampState, StampState::trusted);
 }
 
 TEST(CodeSignature, IsNotFooledByOtherPeoplesStamps)
