@@ -120,7 +120,7 @@ CodeSigner::Result CodeSigner::sign(const fs::path& path) const
     Result result;
     const fs::path carrier = signatureCarrier(path);
     if (!isCode(carrier))
-        throw CodeError(message::unsuitableBundle);
+        throw CodeError(fs::is_directory(path) ? message::unsuitableBundle : message::notSignable);
     const SignedState state = signedStateOf(carrier);
     if (!m_options.force && state != SignedState::notSigned && state != SignedState::linkerSigned)
         throw CodeError(message::alreadySigned);
@@ -251,7 +251,7 @@ void removeSignature(const fs::path& path)
         }
     }
     const fs::path carrier = signatureCarrier(path);
-    if (signedStateOf(carrier) == SignedState::notSigned)
+    if (!isCode(carrier) || signedStateOf(carrier) == SignedState::notSigned)
         throw CodeError(message::notSigned);
     PendingChanges pending;
     removeSignatures(carrier, pending);

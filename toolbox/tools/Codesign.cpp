@@ -40,6 +40,24 @@ constexpr const char* usage =
     "       codesign -d [-v*] [--entitlements -] [-r-] path ... # display contents\n"
     "       codesign --remove-signature path ...\n";
 
+/// What ends a call before any path's turn comes.
+class NotReady : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+Entitlements entitlementsIn(const std::string& path)
+{
+    try {
+        const auto file = bytes::File::open(path, bytes::File::Mode::read);
+        return Entitlements::read(file.read(0, static_cast<std::size_t>(file.size())));
+    } catch (const std::system_error& error) {
+        throw NotReady(path + ": " + error.code().message());
+    } catch (const bytes::FormatError& error) {
+        throw NotReady(path + ": " + error.what());
+    }
+}
+
 /// Everything that one run signs with. Owns what the signer borrows.
 class SigningTools {
 public:
@@ -51,13 +69,9 @@ public:
             m_signer.identity = &*m_identity;
             chooseStamper(call);
         }
-        if (!call.flags.empty())
-            m_signer.flags = flagsFrom(call.flags);
-        if (!call.entitlements.empty()) {
-            const auto file = bytes::File::open(call.entitlements, bytes::File::Mode::read);
-            m_signer.entitlements =
-                Entitlements::read(file.read(0, static_cast<std::size_t>(file.size())));
-        }
+        m_signer.flags = call.flags;
+        if (!call.entitlements.empty())
+            m_signer.entitlements = entitlementsIn(call.entitlements);
     }
 
     const Signer& signer() const { return m_signer; }
@@ -128,9 +142,10 @@ int verifyOne(
     std::optional<Expression> test;
     if (call.testRequirement)
         test = parseRequirement(*call.testRequirement);
-    const CodeVerifier verifier(roots);
-    const auto verdict =
-        verifier.verify(path, {.deep = call.deep, .strict = call.strict}, test ? &*test : nullptr);
+    CodeVerifier::Options options{.deep = call.deep, .strict = call.strict};
+    if (call.verbosity >= 2)
+        options.follow = [&report](const std::string& line) { report.err += line + "\n"; };
+    const auto verdict = CodeVerifier(roots).verify(path, options, test ? &*test : nullptr);
     if (call.verbosity >= 1)
         report.err += path + ": valid on disk\n";
     if (!verdict.meetsDesignated) {
@@ -193,6 +208,8 @@ int guarded(
     } catch (const CodeError& error) {
         describe(error, path, call.verbosity, report);
     } catch (const keychain::IdentityNotFound& error) {
+        report.err += std::string(error.what()) + "\n";
+    } catch (const NotReady& error) {
         report.err += std::string(error.what()) + "\n";
     } catch (const keychain::CryptoError&) {
         report.err += path + ": errSecInternalComponent\n";
@@ -258,6 +275,9 @@ int codesign(std::span<const std::string> arguments, std::ostream& out, std::ost
 {
     try {
         return run(CodesignArguments::read(arguments), out, err);
+    } catch (const Unsupported& error) {
+        err << "codesign: " + std::string(error.what()) + "\n" << std::flush;
+        return statusUsage;
     } catch (const UsageError& error) {
         err << "codesign: " + std::string(error.what()) + "\n" + usage << std::flush;
         return statusUsage;

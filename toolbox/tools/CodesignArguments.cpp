@@ -1,5 +1,6 @@
 #include "tools/CodesignArguments.h"
 
+#include "codesign/CodeDirectory.h"
 #include "tools/Arguments.h"
 
 #include <functional>
@@ -28,6 +29,23 @@ std::string textOf(const std::optional<std::string>& value)
     return value.value_or("");
 }
 
+void takeFlags(CodesignArguments& call, const std::optional<std::string>& value)
+{
+    try {
+        call.flags = codesign::flagsFrom(textOf(value));
+    } catch (const std::logic_error&) {
+        throw UsageError("--options " + textOf(value) + ": no such flags");
+    }
+}
+
+/// An option of the Mac's tool that this one would do wrong to ignore.
+auto refuse(const char* option)
+{
+    return [option](CodesignArguments&, const std::optional<std::string>&) {
+        throw Unsupported(std::string(option) + " is not supported on this host");
+    };
+}
+
 void takeStamp(CodesignArguments& call, const std::optional<std::string>& value)
 {
     call.stamp = value == "none" ? Stamp::refused : Stamp::wanted;
@@ -51,7 +69,7 @@ void takeTest(CodesignArguments& call, const std::optional<std::string>& value)
     // "=TEXT" is the requirement itself; a file would hold it otherwise.
     const std::string text = textOf(value);
     if (!text.starts_with('='))
-        throw UsageError("-R " + text + ": write the requirement as =TEXT");
+        throw Unsupported("a requirement in a file is not supported on this host: -R=TEXT");
     call.testRequirement = text.substr(1);
 }
 
@@ -73,7 +91,7 @@ const std::vector<OptionRow>& options()
         {"no-strict", 0, Value::none, [](auto& call, const auto&) { call.strict = false; }},
         {"dryrun", 0, Value::none, [](auto& call, const auto&) { call.dryRun = true; }},
         {"options", 'o', Value::required,
-            [](auto& call, const auto& value) { call.flags = textOf(value); }},
+            takeFlags},
         {"timestamp", 0, Value::optional, takeStamp},
         {"entitlements", 0, Value::required,
             [](auto& call, const auto& value) {
@@ -85,13 +103,19 @@ const std::vector<OptionRow>& options()
         {"requirements", 'r', Value::required,
             [](auto& call, const auto& value) {
                 if (value != "-")
-                    throw UsageError("-r: only -r- (display) is known here");
+                    throw Unsupported(
+                        "requirements of one's own are not supported on this host, only -r-");
                 call.showRequirements = true;
             }},
         {"test-requirement", 'R', Value::required, takeTest},
         {"verbose", 'v', Value::optional, takeVerbosity},
         {"generate-entitlement-der", 0, Value::none, ignore}, // always done
         {"keychain", 0, Value::required, ignore}, // there is one store only
+        {"architecture", 'a', Value::required, refuse("--architecture")},
+        {"preserve-metadata", 0, Value::optional, refuse("--preserve-metadata")},
+        {"digest-algorithm", 0, Value::required, refuse("--digest-algorithm")},
+        {"prefix", 0, Value::required, refuse("--prefix")},
+        {"check-notarization", 0, Value::none, refuse("--check-notarization")},
     };
     return rows;
 }

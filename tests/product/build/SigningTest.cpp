@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 
 namespace {
 
@@ -51,6 +52,8 @@ TEST_F(SigningTest, AnApplicationIsSignedByTheUsersIdentity)
     const fs::path executable = app / "Contents/MacOS/Hello Vandor";
     EXPECT_EQ(run({"python3", CHECK_CODE_HASHES, app.string(), executable.string()}), 0)
         << m_errors;
+    std::fstream(executable, std::ios::in | std::ios::out | std::ios::binary).seekp(0x4100) << 'x';
+    EXPECT_NE(run({"python3", CHECK_CODE_HASHES, app.string(), executable.string()}), 0);
     const char* readers[] = {"llvm-objdump", "llvm-otool"};
     for (const char* reader : readers) {
         const std::string path = std::string(LLVM_BIN_DIR "/") + reader;

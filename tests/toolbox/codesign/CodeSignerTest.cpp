@@ -1,14 +1,19 @@
 #include "codesign/CodeSigner.h"
 #include "SampleBundle.h"
 #include "bytes/FormatError.h"
+#include "bytes/Interruption.h"
 #include "codesign/CodeError.h"
 #include "codesign/CodeReport.h"
 #include "codesign/CodeVerifier.h"
+#include "codesign/PendingChanges.h"
+#include "codesign/ResourceSeal.h"
 #include "codesign/SignedState.h"
+#include "plist/PropertyList.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -61,6 +66,8 @@ TEST(CodeSigner, AnAdHocBundleVerifiesAndEveryChangeIsNamed)
             message::resourceModified},
         {"a resource more", [](auto& s) { putContent(s.app() / "Contents/Resources/x", "x"); },
             message::resourceModified},
+        {"the executable is signed apart from its bundle",
+            [](auto& s) { sign(s.executable(), {.force = true}); }, message::sealMissing},
         {"a link that leads elsewhere",
             [](auto& s) {
                 fs::remove(s.framework() / "Greeting");
@@ -156,6 +163,9 @@ TEST(CodeSigner, AFailureLeavesEverythingAsItWas)
                     std::string("\xCF\xFA\xED\xFE", 4) + std::string(60, '\xFF'));
             },
             {.force = true, .deep = true}},
+        {"something hung on behind the executable",
+            [](auto& s) { putContent(s.executable(), contentOf(s.executable()) + "payload"); },
+            {.force = true, .deep = true}},
         {"Finder information on a sealed file",
             [](auto& s) {
                 const std::string value(32, 'x');
@@ -171,6 +181,44 @@ TEST(CodeSigner, AFailureLeavesEverythingAsItWas)
         EXPECT_ANY_THROW(sign(sample.app(), row.options)) << row.name;
         EXPECT_EQ(sample.fingerprint(), before) << row.name;
     }
+}
+
+TEST(CodeSigner, ASignalLeavesNoNewFolderBehind)
+{
+    const SampleBundle sample;
+    const std::string before = sample.fingerprint();
+    EXPECT_EXIT(
+        {
+            bytes::endOnSignals();
+            PendingChanges pending;
+            pending.put(sample.seal(), "seal");
+            ::kill(::getpid(), SIGTERM);
+            for (;;)
+                ::pause();
+        },
+        testing::ExitedWithCode(128 + SIGTERM), "");
+    EXPECT_EQ(sample.fingerprint(), before);
+}
+
+TEST(ResourceSeal, OfTheOldKindKnowsFilesOnly)
+{
+    const SampleBundle sample;
+    const auto layout = BundleLayout::of(sample.app());
+    const std::string whole = makeSeal(*layout, true, {}, [](auto&) { return NestedCode{}; });
+    auto old = *plist::read(std::as_bytes(std::span(whole))).as<plist::Dictionary>();
+    old.erase("files2");
+    old.erase("rules2");
+    const std::string text = plist::writeXml(old);
+    const ResourceSeal seal = ResourceSeal::read(std::as_bytes(std::span(text)));
+    EXPECT_EQ(seal.version, 1);
+
+    const auto differences = [&] {
+        return compareWithSeal(*layout, seal, [](auto&, auto&) { return false; });
+    };
+    fs::create_symlink("HelloIcon.icns", sample.app() / "Contents/Resources/link");
+    EXPECT_TRUE(differences().none());
+    flip(sample.app() / "Contents/Resources/HelloIcon.icns", 50);
+    EXPECT_EQ(differences().modified, std::vector<std::string>{"Resources/HelloIcon.icns"});
 }
 
 TEST(CodeSigner, ADryRunNamesTheCodeInsideOutAndTouchesNothing)
