@@ -1,8 +1,10 @@
 #pragma once
 
+#include "cli/SecretInput.h"
 #include "platform/SystemRoot.h"
 
 #include <functional>
+#include <optional>
 
 class Clock;
 class QIODevice;
@@ -23,6 +25,7 @@ struct CommandHost {
     std::function<void()> silenceTools;
     /// The tools with the user's own state: the keychain is there.
     std::function<SystemRoot()> rootOfUser = &SystemRoot::host;
+    std::function<std::optional<QString>(const QString& prompt)> readSecret = &::readSecret;
 };
 
 /// The program's exit statuses.

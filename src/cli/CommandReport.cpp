@@ -36,9 +36,19 @@ void CommandReport::item(const QString& name, const QString& line, const QJsonOb
 
 void CommandReport::finished(const QString& line, QJsonObject fields)
 {
+    end(line, fields, u"success"_s);
+}
+
+void CommandReport::objected(const QString& line, QJsonObject fields)
+{
+    end(line, fields, u"failed"_s);
+}
+
+void CommandReport::end(const QString& line, QJsonObject& fields, const QString& status)
+{
     if (!m_form.json && !line.isEmpty())
         m_results.write(line.toUtf8() + '\n');
-    fields[u"status"_s] = u"success"_s;
+    fields[u"status"_s] = status;
     event(u"result"_s, fields);
 }
 

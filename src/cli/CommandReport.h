@@ -31,14 +31,18 @@ public:
     void progress(const QString& message);
     /// One thing of several that were asked for: `line` for a person, `fields` as JSON.
     void item(const QString& event, const QString& line, const QJsonObject& fields);
+    /// What only a program wants to hear of, at the moment it happens: JSON alone.
+    void event(const QString& name, QJsonObject fields);
     /// The command is done. An empty line is left out.
     void finished(const QString& line, QJsonObject fields);
     void failed(const CommandFailure& failure);
+    /// The command is done, and what it looked at is not as it should be.
+    void objected(const QString& line, QJsonObject fields);
     /// `state` says how the user's files are now.
     void interrupted(const QString& state);
 
 private:
-    void event(const QString& name, QJsonObject fields);
+    void end(const QString& line, QJsonObject& fields, const QString& status);
     void say(const QString& text);
 
     QIODevice& m_results;

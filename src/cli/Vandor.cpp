@@ -3,13 +3,22 @@
 #include "cli/BuildCommand.h"
 #include "cli/BuildOptions.h"
 #include "cli/CommandHost.h"
+#include "cli/CredentialsCommand.h"
 #include "cli/IdentitiesCommand.h"
+#include "cli/InspectCommand.h"
+#include "cli/NotarizeCommand.h"
 #include "cli/SignCommand.h"
+#include "cli/StapleCommand.h"
+#include "cli/VerifyCommand.h"
 
 #include <CLI/CLI.hpp>
 #include <QIODevice>
 
+#include <algorithm>
+#include <functional>
+#include <memory>
 #include <sstream>
+#include <vector>
 
 namespace {
 
@@ -17,10 +26,62 @@ namespace {
 std::string mistakeText(const CLI::App* program, const CLI::Error& mistake)
 {
     std::string command = program->get_name();
-    for (const CLI::App* const used : program->get_subcommands())
+    for (const CLI::App* used = program; !used->get_subcommands().empty();) {
+        used = used->get_subcommands().front();
         command += ' ' + used->get_name();
+    }
     return command + ": " + mistake.what() + "\nRun “" + command + " --help” for more.\n";
 }
+
+/// The subcommands: each has options, which live as long as the parser, and a function.
+class Commands {
+public:
+    Commands(CLI::App& program, const CommandHost& host)
+        : m_program(program)
+        , m_host(host)
+    {
+        add<BuildOptions>("build", "Make a disk image of an application", &runBuildCommand);
+        add<IdentitiesOptions>(
+            "identities", "List the identities that can sign", &runIdentitiesCommand);
+        add<SignOptions>("sign", "Sign an application or a disk image", &runSignCommand);
+        add<CredentialsOptions>("credentials", "Store or verify credentials for the notary service",
+            &runCredentialsCommand);
+        add<NotarizeOptions>(
+            "notarize", "Have an application or a disk image notarized", &runNotarizeCommand);
+        add<StapleOptions>(
+            "staple", "Attach its ticket to an application or a disk image", &runStapleCommand);
+        add<InspectOptions>(
+            "inspect", "Tell whether an application is ready for distribution", &runInspectCommand);
+        add<VerifyOptions>("verify", "Examine a disk image, and name remedies", &runVerifyCommand);
+    }
+
+    /// Returns the exit status.
+    int runParsed() const
+    {
+        const auto parsed =
+            std::ranges::find_if(m_rows, [](const Row& row) { return row.command->parsed(); });
+        return parsed->run();
+    }
+
+private:
+    struct Row {
+        const CLI::App* command;
+        std::function<int()> run;
+    };
+
+    template <class Options>
+    void add(const char* name, const char* text, int (*run)(const Options&, const CommandHost&))
+    {
+        const auto options = std::make_shared<Options>();
+        CLI::App* const command = m_program.add_subcommand(name, text);
+        options->addTo(*command);
+        m_rows.push_back({command, [this, options, run] { return run(*options, m_host); }});
+    }
+
+    CLI::App& m_program;
+    const CommandHost& m_host;
+    std::vector<Row> m_rows;
+};
 
 } // namespace
 
@@ -30,16 +91,7 @@ int runVandor(const QStringList& arguments, const CommandHost& host)
     program.set_version_flag("--version", "vandor " VANDOR_VERSION);
     program.require_subcommand(0, 1); // none is found out below: an unknown one is told by name
     program.failure_message(&mistakeText);
-    BuildOptions buildOptions;
-    CLI::App* const build = program.add_subcommand("build", "Make a disk image of an application");
-    buildOptions.addTo(*build);
-    IdentitiesOptions identitiesOptions;
-    CLI::App* const identities =
-        program.add_subcommand("identities", "List the identities that can sign");
-    identitiesOptions.addTo(*identities);
-    SignOptions signOptions;
-    CLI::App* const sign = program.add_subcommand("sign", "Sign an application or a disk image");
-    signOptions.addTo(*sign);
+    Commands commands(program, host);
 
     // The parser takes them from the back.
     std::vector<std::string> words;
@@ -57,9 +109,5 @@ int runVandor(const QStringList& arguments, const CommandHost& host)
         host.messages.write(messages.str().c_str());
         return isHelp ? ExitStatus::done : ExitStatus::misused;
     }
-    if (identities->parsed())
-        return runIdentitiesCommand(identitiesOptions, host);
-    if (sign->parsed())
-        return runSignCommand(signOptions, host);
-    return runBuildCommand(buildOptions, host);
+    return commands.runParsed();
 }

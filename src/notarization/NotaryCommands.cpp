@@ -32,6 +32,12 @@ QString await(const QString& submission, const QString& profile)
         shellQuoted(submission), shellQuoted(profile));
 }
 
+QString submissionLog(const QString& submission, const QString& profile)
+{
+    return u"/usr/bin/xcrun notarytool log %1 --keychain-profile %2"_s.arg(
+        shellQuoted(submission), shellQuoted(profile));
+}
+
 QString staple(const QString& path)
 {
     return u"/usr/bin/xcrun stapler staple "_s + shellQuoted(path);
@@ -73,6 +79,15 @@ ToolCall storeCredentials(const QString& profile, const AppleAccount& account)
 {
     return credentialCall({u"store-credentials"_s, profile, u"--apple-id"_s, account.appleId,
         u"--team-id"_s, account.teamId, u"--password"_s, account.password});
+}
+
+ToolCall storeCredentials(const QString& profile, const ServiceKey& key)
+{
+    QStringList arguments{
+        u"store-credentials"_s, profile, u"--key"_s, key.file, u"--key-id"_s, key.id};
+    if (!key.issuer.isEmpty())
+        arguments += {u"--issuer"_s, key.issuer};
+    return credentialCall(arguments);
 }
 
 ToolCall history(const QString& profile)

@@ -10,6 +10,8 @@ namespace NotaryCommands {
 
 QString submit(const QString& path, const QString& profile);
 QString await(const QString& submission, const QString& profile);
+/// What the service found, as JSON.
+QString submissionLog(const QString& submission, const QString& profile);
 QString staple(const QString& path);
 QString validateStaple(const QString& path);
 QString archive(const QString& application, const QString& zip);
@@ -27,7 +29,13 @@ struct AppleAccount {
     QString teamId;
     QString password; // an app-specific one
 };
+struct ServiceKey {
+    QString file; // the private key
+    QString id;
+    QString issuer; // empty for a key of one person's own
+};
 ToolCall storeCredentials(const QString& profile, const AppleAccount& account);
+ToolCall storeCredentials(const QString& profile, const ServiceKey& key);
 ToolCall history(const QString& profile);
 
 } // namespace NotaryCommands

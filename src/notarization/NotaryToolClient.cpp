@@ -26,7 +26,16 @@ QCoro::Task<QString> outputOf(ToolRunner& tools, ToolCall call)
 QCoro::Task<> NotaryToolClient::storeCredentials(
     ToolRunner& tools, QString profile, QString appleId, QString teamId, QString password)
 {
-    const ToolCall call = NotaryCommands::storeCredentials(profile, {appleId, teamId, password});
+    const NotaryCommands::AppleAccount account{appleId, teamId, password};
+    const ToolCall call = NotaryCommands::storeCredentials(profile, account);
+    co_await outputOf(tools, call);
+}
+
+QCoro::Task<> NotaryToolClient::storeKey(
+    ToolRunner& tools, QString profile, QString keyFile, QString keyId, QString issuer)
+{
+    const NotaryCommands::ServiceKey key{keyFile, keyId, issuer};
+    const ToolCall call = NotaryCommands::storeCredentials(profile, key);
     co_await outputOf(tools, call);
 }
 
