@@ -30,8 +30,7 @@ constexpr LayoutName layoutNames[] = {
     {"custom", IconLayout::custom},
 };
 
-const QStringList writableFormats{u"UDZO"_s, u"UDBZ"_s, u"UDRO"_s, u"UDRW"_s};
-const QStringList comingFormats{u"ULFO"_s, u"ULMO"_s};
+const QStringList writableFormats{u"UDZO"_s, u"ULFO"_s, u"UDBZ"_s, u"ULMO"_s, u"UDRO"_s, u"UDRW"_s};
 
 /// Bytes that are no UTF-8 have been lost by now; the path would be another than the one meant.
 QString path(const std::string& typed)
@@ -224,10 +223,6 @@ DMGConfig BuildOptions::job(const SettingsManager& settings, const QDateTime& no
 QString BuildOptions::formatCode(const QString& fallback) const
 {
     const QString code = format ? QString::fromStdString(*format).toUpper() : fallback;
-    if (comingFormats.contains(code))
-        throw UsageError(
-            u"this version can't write images of the format %1 yet; it writes %2"_s.arg(
-                code, writableFormats.join(u", ")));
     if (!writableFormats.contains(code))
         throw UsageError(u"there is no image format “%1”; this version writes %2"_s.arg(
             code, writableFormats.join(u", ")));

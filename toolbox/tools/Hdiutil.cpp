@@ -95,13 +95,17 @@ std::optional<int> compressionLevel(const Arguments& arguments)
     const auto key = arguments.value("-imagekey");
     if (!key)
         return std::nullopt;
-    for (const std::string_view name : {"zlib-level=", "bzip2-level="}) {
+    struct Row {
+        std::string_view name;
+        int largest;
+    };
+    for (const auto& [name, largest] : {Row{"zlib-level=", 12}, Row{"bzip2-level=", 9}}) {
         int level = 0;
         if (!key->starts_with(name))
             continue;
         const char* last = key->data() + key->size();
         const auto [end, fault] = std::from_chars(key->data() + name.size(), last, level);
-        if (fault == std::errc{} && end == last && level >= 1 && level <= 9)
+        if (fault == std::errc{} && end == last && level >= 1 && level <= largest)
             return level;
     }
     throw UsageError("-imagekey " + *key + ": unknown key or value");

@@ -24,7 +24,8 @@ struct ChunkCodec {
     const char* name;
     /// Fills `content` exactly or throws FormatError.
     void (*decode)(std::span<const std::byte> stored, std::span<std::byte> content);
-    /// `level` counts from 1 (fast) to 9 (small); what lies outside counts as the nearest.
+    /// `level` counts from 1 (fast) to 9 (small), for zlib to 12; what lies outside counts as
+    /// the nearest.
     std::unique_ptr<ChunkEncoder> (*makeEncoder)(int level);
     int defaultLevel;
 };

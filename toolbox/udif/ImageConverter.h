@@ -17,7 +17,8 @@ class DiskImage;
 
 struct ConvertOptions {
     ImageFormat format = ImageFormat::UDZO;
-    /// 1 (fast) to 9 (small), as `-imagekey zlib-level=N` counts; none is the format's own choice.
+    /// 1 (fast) to 9 (small), for UDZO to 12, as `-imagekey zlib-level=N` counts; none is the
+    /// format's own choice.
     std::optional<int> level;
     /// Replaces an existing file; without it such a file ends the job with EEXIST before any work.
     bool replace = false;

@@ -53,8 +53,8 @@ TEST(Hdiutil, EveryFailureIsOneLineOfTheMacsForm)
             {"create", "-srcfolder", source, "-format", "UDXX", test.path("x.dmg")},
             "create failed - \"UDXX\" is not an image format"},
         {"create in a format of a later version",
-            {"create", "-srcfolder", source, "-format", "ULFO", test.path("x.dmg")},
-            "create failed - this version can't write ULFO images yet"},
+            {"create", "-srcfolder", source, "-format", "UDCO", test.path("x.dmg")},
+            "create failed - this version can't write UDCO images yet"},
         {"attach of nothing", {"attach", none}, "attach failed - No such file or directory"},
         {"attach of a folder", {"attach", source}, "attach failed - image not recognized"},
         {"attach over all volumes", {"attach", "-mountpoint", "/Volumes", image},
@@ -76,8 +76,8 @@ TEST(Hdiutil, EveryFailureIsOneLineOfTheMacsForm)
         {"convert to a folder's name", {"convert", image, "-format", "UDZO", "-o", none + "/"},
             "convert failed - Is a directory"},
         {"convert to a format of a later version",
-            {"convert", image, "-format", "ULMO", "-o", test.path("x.dmg")},
-            "convert failed - this version can't write ULMO images yet"},
+            {"convert", image, "-format", "UDCO", "-o", test.path("x.dmg")},
+            "convert failed - this version can't write UDCO images yet"},
         {"verify of nothing", {"verify", none}, "verify failed - No such file or directory"},
         {"verify of a raw image", {"verify", image}, "verify failed - image has no checksum"},
         {"imageinfo of something else", {"imageinfo", test.path("text.dmg")},
@@ -142,7 +142,7 @@ TEST(Hdiutil, AWrongCallShowsTheUsage)
     const std::vector<std::string> calls[] = {{}, {"frobnicate"}, {"attach"}, {"attach", "a", "b"},
         {"attach", "-frob", "a"}, {"create", "-fs", "APFS", "-srcfolder", "/tmp", "x"},
         {"convert", "a", "-o", "b"}, {"convert", "a", "-format", "UDZO", "-o"},
-        {"convert", "a", "-format", "UDZO", "-o", "b", "-imagekey", "zlib-level=10"}};
+        {"convert", "a", "-format", "UDZO", "-o", "b", "-imagekey", "zlib-level=13"}};
     for (const auto& call : calls) {
         const Outcome outcome = run(hdiutil, call);
         EXPECT_EQ(outcome.status, 1);

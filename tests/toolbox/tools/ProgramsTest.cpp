@@ -88,7 +88,7 @@ TEST(Programs, MakeAnImageThatAnotherReaderUnpacksAlike)
     EXPECT_EQ(eject.status, 0) << eject.err;
     EXPECT_EQ(eject.out, "");
 
-    for (const std::string format : {"UDZO", "UDBZ", "UDRO"}) {
+    for (const std::string format : {"UDZO", "UDBZ", "ULFO", "ULMO", "UDRO"}) {
         const std::string image = test.path(format + ".dmg");
         const Outcome convert = hdiutil({"convert", temporary, "-format", format, "-o", image});
         ASSERT_EQ(convert.status, 0) << convert.err;

@@ -37,23 +37,25 @@ protected:
     Bytes m_disk = diskOf(5 * 2048 + 24);
 };
 
-constexpr std::array writable{
-    ImageFormat::UDRW, ImageFormat::UDRO, ImageFormat::UDZO, ImageFormat::UDBZ};
+constexpr std::array writable{ImageFormat::UDRW, ImageFormat::UDRO, ImageFormat::UDZO,
+    ImageFormat::UDBZ, ImageFormat::ULFO, ImageFormat::ULMO};
 
-TEST_F(Convert, EveryFormatGivesTheDiskBackAndLeadsToEveryOther)
+TEST_F(Convert, EveryFormatGivesTheDiskBackAndLeadsToTheNext)
 {
-    for (const ImageFormat first : writable) {
-        convert(m_raw, m_image, first);
-        for (const ImageFormat second : writable) {
-            SCOPED_TRACE(
-                std::string(factsOf(first).code) + " to " + std::string(factsOf(second).code));
-            convert(m_image, m_scratch / "second.dmg", second);
-            const DiskImage image = DiskImage::open(m_scratch / "second.dmg");
-            EXPECT_EQ(image.format().format, second);
-            EXPECT_EQ(image.disk().read(0, image.disk().size()), m_disk);
-            EXPECT_EQ(image.partitions(), DiskImage::open(m_raw).partitions());
-        }
+    const PartitionMap partitions = DiskImage::open(m_raw).partitions();
+    fs::path source = m_raw;
+    for (const ImageFormat format : writable) {
+        SCOPED_TRACE(factsOf(format).code);
+        const fs::path made = m_scratch / (std::string(factsOf(format).code) + ".dmg");
+        convert(source, made, format);
+        const DiskImage image = DiskImage::open(made);
+        EXPECT_EQ(image.format().format, format);
+        EXPECT_EQ(image.disk().read(0, image.disk().size()), m_disk);
+        EXPECT_EQ(image.partitions(), partitions);
+        source = made;
     }
+    convert(source, m_image, ImageFormat::UDRW);
+    EXPECT_EQ(readFile(m_image), m_disk);
 }
 
 TEST_F(Convert, ReadsAnywhereInTheDecodedDiskGiveTheSameBytes)
@@ -181,14 +183,12 @@ TEST_F(Convert, FailuresAreNamedAndLeaveNothingBehind)
     const auto attempt = [&](ConvertOptions options) {
         convertImage(DiskImage::open(m_raw), m_image, options);
     };
-    for (const ImageFormat format : {ImageFormat::ULFO, ImageFormat::ULMO, ImageFormat::UDCO}) {
-        try {
-            convert(m_raw, m_image, format);
-            ADD_FAILURE();
-        } catch (const ImageError& error) {
-            EXPECT_EQ(error.which(), ImageError::Case::formatNotWritable);
-            EXPECT_THAT(error.what(), testing::HasSubstr(factsOf(format).code));
-        }
+    try {
+        convert(m_raw, m_image, ImageFormat::UDCO);
+        ADD_FAILURE();
+    } catch (const ImageError& error) {
+        EXPECT_EQ(error.which(), ImageError::Case::formatNotWritable);
+        EXPECT_THAT(error.what(), testing::HasSubstr("UDCO"));
     }
 
     std::stop_source stop;

@@ -95,8 +95,9 @@ TEST_P(Damage, ThousandsOfChangedBytesNeverDoHarm)
     EXPECT_GT(noticed, rounds / 3); // much of the trailer and of the list is free to change
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Formats, Damage, testing::Values(ImageFormat::UDRO, ImageFormat::UDZO, ImageFormat::UDBZ));
+INSTANTIATE_TEST_SUITE_P(Formats, Damage,
+    testing::Values(ImageFormat::UDRO, ImageFormat::UDZO, ImageFormat::UDBZ, ImageFormat::ULFO,
+        ImageFormat::ULMO));
 
 TEST(Damage, ADamagedPartitionMapDoesNotHideTheVerdictOnTheTables)
 {

@@ -43,13 +43,19 @@ protected:
 
 TEST_F(IndependentReaders, SevenZipFindsNoFault)
 {
-    for (const ImageFormat format : {ImageFormat::UDRO, ImageFormat::UDZO, ImageFormat::UDBZ}) {
+    for (const ImageFormat format : {ImageFormat::UDRO, ImageFormat::UDZO, ImageFormat::UDBZ,
+             ImageFormat::ULFO, ImageFormat::ULMO}) {
         SCOPED_TRACE(factsOf(format).code);
         const fs::path image = m_scratch / "out.dmg";
         convert(m_scratch / "disk.img", image, format);
         EXPECT_TRUE(sevenZipApproves(image)) << run("7zz t -tdmg " + image.string()).output;
         const std::string list = run("7zz l -tdmg " + image.string()).output;
         EXPECT_THAT(list, HasSubstr("4.hfs"));
+        const std::string unpacked = (m_scratch / "4.hfs").string();
+        run("7zz x -y -tdmg -o" + m_scratch.folder().string() + " " + image.string() + " 4.hfs");
+        EXPECT_TRUE(std::ranges::equal(readFile(unpacked),
+            std::span(m_disk).subspan(40 * sectorBytes, (3 * 2048 + 100) * sectorBytes)));
+        fs::remove(unpacked);
         EXPECT_TRUE(verifyImage(image).valid());
     }
 }

@@ -258,7 +258,8 @@ TEST(ChunkCodec, ADecodedChunkHasExactlyItsLength)
 {
     Bytes content = diskOf(600);
     content.resize(300000);
-    for (const ChunkType type : {ChunkType::zlib, ChunkType::bzip2}) {
+    for (const ChunkType type :
+        {ChunkType::zlib, ChunkType::bzip2, ChunkType::lzfse, ChunkType::lzma}) {
         SCOPED_TRACE(codecFor(type)->name);
         const Bytes stored = codecFor(type)->makeEncoder(9)->encode(content);
         ASSERT_FALSE(stored.empty());
@@ -295,10 +296,11 @@ TEST(ChunkCodec, JoinedBzip2StreamsAreOneChunk)
     EXPECT_EQ(out[5000], std::byte{2});
 }
 
-TEST(ChunkCodec, TypesOfLaterVersionsAreNamed)
+TEST(ChunkCodec, DamageIsNamedAfterTheCompression)
 {
     Bytes out(512);
-    for (const ChunkType type : {ChunkType::lzfse, ChunkType::lzma, ChunkType::adc}) {
+    for (const ChunkType type :
+        {ChunkType::adc, ChunkType::zlib, ChunkType::bzip2, ChunkType::lzfse, ChunkType::lzma}) {
         try {
             decodeChunk(type, Bytes(10), out);
             ADD_FAILURE();
