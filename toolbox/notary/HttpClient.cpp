@@ -62,8 +62,7 @@ try {
     auto& transfer = *static_cast<Transfer*>(source);
     const HttpUpload& upload = transfer.upload;
     const std::size_t length = std::min<uint64_t>(size * count, upload.length - transfer.sent);
-    upload.source->readAt(
-        upload.offset + transfer.sent, std::as_writable_bytes(std::span(data, length)));
+    upload.source->readAt(transfer.sent, std::as_writable_bytes(std::span(data, length)));
     transfer.sent += length;
     if (upload.progress)
         upload.progress(transfer.sent);

@@ -11,12 +11,11 @@
 
 namespace notary {
 
-/// A part of a file that is sent as a request's body.
+/// A file that is sent as a request's body.
 struct HttpUpload {
     const bytes::ByteSource* source = nullptr; // borrowed; null where the body is a text
-    uint64_t offset = 0;
     uint64_t length = 0;
-    std::function<void(uint64_t sent)> progress{}; // bytes of this part
+    std::function<void(uint64_t sent)> progress{}; // bytes
 };
 
 struct HttpRequest {
