@@ -5,13 +5,9 @@
 #include "keychain/PrivateFolder.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <openssl/rand.h>
-#include <system_error>
 
 namespace keychain {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -95,14 +91,9 @@ void checkName(const std::string& name)
         throw std::invalid_argument("the name is longer than 64 characters");
 }
 
-/// Makes all keys and certificates, and puts them in place at once: whoever comes second in a race
-/// uses the winner's. The root's own key is thrown away, so nothing else can ever be issued by it.
-void establish(const fs::path& folder)
+/// The root's own key is thrown away, so nothing else can ever be issued by it.
+void makeAuthority(const PrivateFolder& files)
 {
-    std::string draft = folder.string() + ".XXXXXX";
-    if (::mkdtemp(draft.data()) == nullptr)
-        throw std::system_error(errno, std::generic_category(), draft);
-    const PrivateFolder files{fs::path(draft)};
     const PrivateKey rootKey = PrivateKey::generate();
     const PrivateKey issuerKey = PrivateKey::generate();
     const PrivateKey stamperKey = PrivateKey::generate();
@@ -112,22 +103,11 @@ void establish(const fs::path& folder)
     files.write("issuer.key", issuerKey.pem());
     files.write("stamper.pem", issueCertificate(stamperPlan(), stamperKey, &root, rootKey).pem());
     files.write("stamper.key", stamperKey.pem());
-
-    std::error_code fault;
-    fs::rename(draft, folder, fault);
-    if (!fault)
-        return;
-    fs::remove_all(draft);
-    if (!fs::exists(folder / "root.pem"))
-        throw std::system_error(fault, folder.string());
 }
 
 PrivateFolder authorityFolder(const IdentityStore& store)
 {
-    const fs::path folder = store.folder().parent_path() / "authority";
-    if (!fs::exists(folder / "root.pem"))
-        establish(folder);
-    return PrivateFolder(folder);
+    return PrivateFolder::establish(store.folder().parent_path() / "authority", makeAuthority);
 }
 
 using StampContextOwner = std::unique_ptr<TS_RESP_CTX, Free<TS_RESP_CTX_free>>;

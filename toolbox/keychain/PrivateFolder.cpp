@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -33,6 +34,26 @@ PrivateFolder::PrivateFolder(fs::path path)
         throw std::system_error(fault, std::generic_category(), m_path.string());
     if ((status.st_mode & 0777) != 0700 && ::chmod(m_path.c_str(), 0700) != 0)
         bytes::throwErrno(m_path.string());
+}
+
+PrivateFolder PrivateFolder::establish(
+    const fs::path& path, const std::function<void(const PrivateFolder&)>& fill)
+{
+    const auto isThere = [&] { return fs::exists(path) && !fs::is_empty(path); };
+    if (isThere())
+        return PrivateFolder(path);
+    std::string draft = path.string() + ".XXXXXX";
+    if (::mkdtemp(draft.data()) == nullptr)
+        bytes::throwErrno(draft);
+    fill(PrivateFolder(draft));
+    std::error_code fault;
+    fs::rename(draft, path, fault);
+    if (fault) {
+        fs::remove_all(draft);
+        if (!isThere())
+            throw std::system_error(fault, path.string());
+    }
+    return PrivateFolder(path);
 }
 
 bool PrivateFolder::has(const std::string& name) const

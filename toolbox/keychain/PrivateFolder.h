@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,10 @@ public:
     /// Makes it (not those above it), or closes it to others. Throws std::system_error when that
     /// fails or it belongs to somebody else.
     explicit PrivateFolder(std::filesystem::path path);
+    /// The folder with what `fill` writes, which appears all at once unless there was something
+    /// before: whoever comes second in a race uses the winner's.
+    static PrivateFolder establish(
+        const std::filesystem::path& path, const std::function<void(const PrivateFolder&)>& fill);
 
     const std::filesystem::path& path() const { return m_path; }
     bool has(const std::string& name) const;

@@ -2,6 +2,7 @@
 
 #include "bytes/FormatError.h"
 
+#include <openssl/ec.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
 
@@ -26,6 +27,11 @@ PrivateKey::PrivateKey(KeyOwner key)
 PrivateKey PrivateKey::generate()
 {
     return PrivateKey(required(KeyOwner(EVP_RSA_gen(developerKeyBits)), "making a key"));
+}
+
+PrivateKey PrivateKey::generateElliptic()
+{
+    return PrivateKey(required(KeyOwner(EVP_EC_gen("P-256")), "making a key"));
 }
 
 PrivateKey PrivateKey::fromPem(std::string_view text)

@@ -13,6 +13,8 @@ public:
     explicit PrivateKey(KeyOwner key);
     /// A new RSA key of 2048 bits, the size of a developer's certificate.
     static PrivateKey generate();
+    /// A new key on the curve P-256.
+    static PrivateKey generateElliptic();
     /// From what `pem` gives; throws bytes::FormatError.
     static PrivateKey fromPem(std::string_view text);
 
