@@ -1,0 +1,129 @@
+#include "notary/TicketOffice.h"
+
+#include "bytes/FormatError.h"
+#include "keychain/IdentityStore.h"
+#include "notary/ServiceError.h"
+
+#include <algorithm>
+
+namespace notary {
+
+using keychain::Certificate;
+using keychain::Trust;
+
+namespace {
+
+// Apple Root CA - G3, and what marks those below it that sign tickets.
+constexpr const char* appleTicketRoot = "B52CB02FD567E0359FE8FA4D4C41037970FE01B0";
+constexpr const char* appleTicketRootName = "Apple Root CA - G3";
+constexpr const char* ticketSignerMark = "1.2.840.113635.100.6.1.30";
+constexpr const char* ticketIssuerMark = "1.2.840.113635.100.6.2.17";
+
+constexpr const char* serviceFile = "service";
+
+std::string serviceFor(const TicketStore& store)
+{
+    if (!store.folder().has(serviceFile))
+        return TicketLookup::publicService;
+    std::string url = store.folder().read(serviceFile);
+    url.erase(url.find_last_not_of(" \n") + 1);
+    return url;
+}
+
+bool hasAppleMarks(const std::vector<Certificate>& chain)
+{
+    return chain.size() >= 2 && chain[0].hasExtensionNamed(ticketSignerMark)
+        && chain[1].hasExtensionNamed(ticketIssuerMark);
+}
+
+/// The root by which Apple signs tickets, if the user has added it to the others.
+std::optional<Certificate> knownAppleRoot(const std::filesystem::path& stateFolder)
+{
+    for (const Certificate& one : keychain::IdentityStore(stateFolder).certificates()) {
+        if (one.fingerprint() == appleTicketRoot)
+            return one;
+    }
+    return std::nullopt;
+}
+
+/// Whether `chain` reaches `root`, with all that belongs to it.
+bool leadsTo(const Certificate& root, const std::vector<Certificate>& chain, keychain::Time time)
+{
+    keychain::TrustedRoots roots;
+    roots.addRehearsalRoot(root);
+    const auto whole = roots.chainOf(chain.front(), chain);
+    return whole.back() == root && roots.trustOf(whole, time) == Trust::trusted;
+}
+
+} // namespace
+
+TicketOffice::TicketOffice(
+    const std::filesystem::path& stateFolder, const HttpClient& client, Clock& clock)
+    : m_store(stateFolder)
+    , m_lookup(client, clock, serviceFor(m_store))
+{ }
+
+TicketOpinion TicketOffice::opinionOf(
+    std::span<const std::byte> raw, std::span<const TicketHash> code) const
+{
+    const auto nobody = [](std::string reason) {
+        return TicketOpinion{TicketIssuer::nobody, std::move(reason)};
+    };
+    Ticket ticket;
+    try {
+        ticket = Ticket::read(raw);
+    } catch (const bytes::FormatError& error) {
+        return nobody(error.what());
+    }
+    if (!ticket.isIntact)
+        return nobody("the ticket was modified");
+    if (code.empty()
+        || !std::ranges::all_of(code, [&](const TicketHash& one) { return ticket.covers(one); }))
+        return nobody("the ticket is about other code");
+
+    const auto localRoot = TicketAuthority::rootIn(m_store);
+    if (localRoot && leadsTo(*localRoot, ticket.chain, ticket.issued))
+        return {TicketIssuer::local};
+    if (!hasAppleMarks(ticket.chain))
+        return nobody("nobody that this host knows has signed the ticket");
+    const auto appleRoot = knownAppleRoot(m_store.folder().path().parent_path());
+    if (appleRoot && leadsTo(*appleRoot, ticket.chain, ticket.issued))
+        return {TicketIssuer::apple};
+    if (!appleRoot && wasGivenOut(raw, code))
+        return {TicketIssuer::apple};
+    return nobody(appleRoot ? "Apple has not signed the ticket"
+                            : std::string("the certificate \"") + appleTicketRootName
+                + "\" is not on this host, so nobody answers for the ticket");
+}
+
+bool TicketOffice::wasGivenOut(
+    std::span<const std::byte> raw, std::span<const TicketHash> code) const
+{
+    const auto remembered = m_store.find(code.front());
+    return remembered && std::ranges::equal(*remembered, raw);
+}
+
+std::optional<std::vector<std::byte>> TicketOffice::find(
+    const TicketHash& hash, bool publicToo, const LookupPolicy& policy) const
+{
+    auto known = m_store.find(hash);
+    if (!publicToo)
+        return known;
+    try {
+        // What this host knows already needs no patience.
+        if (auto found = m_lookup.find(hash, known ? LookupPolicy() : policy)) {
+            if (m_lookup.isPublic())
+                m_store.put(hash, *found);
+            return found;
+        }
+    } catch (const NetworkError&) {
+        if (!known)
+            throw;
+    } catch (const ServiceError&) {
+        if (!known)
+            throw;
+    }
+    return known;
+}
+
+} // namespace notary

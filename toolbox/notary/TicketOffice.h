@@ -1,0 +1,42 @@
+#pragma once
+
+#include "notary/TicketAuthority.h"
+#include "notary/TicketLookup.h"
+
+namespace notary {
+
+/// Who answers for a ticket.
+enum class TicketIssuer { nobody, local, apple };
+
+struct TicketOpinion {
+    TicketIssuer issuer = TicketIssuer::nobody;
+    std::string reason{}; // why nobody
+};
+
+/// Where code's tickets come from, and whether they are what they say. Tests may send the lookups
+/// elsewhere by a URL in the file `service` beside the tickets; what comes from there must be
+/// signed like any other ticket.
+class TicketOffice {
+public:
+    /// Borrows client and clock.
+    TicketOffice(const std::filesystem::path& stateFolder, const HttpClient& client, Clock& clock);
+
+    /// What `raw` is worth for code with these hashes: all of them must be in it. Apple's root is
+    /// not part of tickets; where this host doesn't have it either, a ticket counts as Apple's when
+    /// it is the very one that the public service has given out for this code before.
+    TicketOpinion opinionOf(std::span<const std::byte> raw, std::span<const TicketHash> code) const;
+    /// Asks the public service if `publicToo`, then the tickets on this host. Throws NetworkError
+    /// and ServiceError when the service doesn't answer and there is none on this host.
+    std::optional<std::vector<std::byte>> find(
+        const TicketHash& hash, bool publicToo, const LookupPolicy& policy = {}) const;
+    /// Lookups were sent elsewhere.
+    bool isRedirected() const { return !m_lookup.isPublic(); }
+
+private:
+    bool wasGivenOut(std::span<const std::byte> raw, std::span<const TicketHash> code) const;
+
+    TicketStore m_store;
+    TicketLookup m_lookup;
+};
+
+} // namespace notary
