@@ -136,10 +136,8 @@ int Action::fail(const QString& step, const QString& said, const QString& remedy
         m_report.interrupted(u"the credentials may be stored or not."_s);
         return ExitStatus::interrupted;
     }
-    m_report.failed({u"the credentials don't work"_s, step, tool, said,
-        m_session.hasTool(tool)
-            ? remedy
-            : u"Install this program again: the tool that came with it is missing."_s});
+    m_report.failed(
+        {u"the credentials don't work"_s, step, tool, said, m_session.remedy(tool, remedy)});
     return ExitStatus::failed;
 }
 

@@ -12,11 +12,10 @@ namespace {
 
 const QString security = u"/usr/bin/security"_s;
 
-CommandFailure failedScan(const QString& reason, bool hasTool)
+CommandFailure failedScan(const QString& reason, const SigningSession& session)
 {
     return {u"the identities were not listed"_s, u"asking the keychain"_s, security, reason,
-        hasTool ? u"See that the keychain can be read, then try again."_s
-                : u"Install this program again: the tool that came with it is missing."_s};
+        session.remedy(security, u"See that the keychain can be read, then try again."_s)};
 }
 
 QCoro::Task<int> list(SigningSession& session, CommandReport& report)
@@ -27,7 +26,7 @@ QCoro::Task<int> list(SigningSession& session, CommandReport& report)
         co_return ExitStatus::interrupted;
     }
     if (failure) {
-        report.failed(failedScan(*failure, session.hasTool(security)));
+        report.failed(failedScan(*failure, session));
         co_return ExitStatus::failed;
     }
     const SigningManager& manager = session.manager();

@@ -2,11 +2,9 @@
 
 #include "cli/CommandReport.h"
 #include "cli/NotarizeRun.h"
+#include "cli/ProfileChoice.h"
 #include "cli/UsageError.h"
-#include "model/SettingsManager.h"
-#include "notarization/NotarizationState.h"
 #include "platform/PlatformError.h"
-#include "platform/UserDefaults.h"
 
 #include <CLI/CLI.hpp>
 #include <QRegularExpression>
@@ -14,21 +12,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QString profileOf(const NotarizeOptions& options, const CommandHost& host)
-{
-    QString profile = options.profile
-        ? QString::fromStdString(*options.profile)
-        : host.defaults.string(NotarizationState::kSavedProfileName).value_or(QString());
-    if (profile.isEmpty() && !options.profile)
-        profile = host.settings.notaryProfileName();
-    if (profile.isEmpty()) {
-        throw UsageError(
-            u"name the credentials to submit with: --profile NAME (the profile “local” "
-            u"is this machine's own authority, for rehearsals)"_s);
-    }
-    return profile;
-}
 
 std::optional<QString> submissionOf(const NotarizeOptions& options)
 {
@@ -65,7 +48,7 @@ int runNotarizeCommand(const NotarizeOptions& options, const CommandHost& host)
     CommandReport report(host.results, host.messages, {u"notarize"_s, options.json, options.quiet});
     try {
         const Submission submission{
-            subjectAt(options.path), profileOf(options, host), submissionOf(options)};
+            subjectAt(options.path), chosenProfile(options.profile, host), submissionOf(options)};
         return NotarizeRun(submission, host, report).exec();
     } catch (const UsageError& error) {
         report.misused(QString::fromUtf8(error.what()));

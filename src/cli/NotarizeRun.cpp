@@ -186,8 +186,9 @@ QCoro::Task<int> NotarizeRun::reportFailure()
         }
     }
     const QString kind = m_submission.subject.kindName();
-    m_report.failed({u"the %1 was not notarized"_s.arg(kind), m_stage->name.toString(),
-        m_stage->tool.toString(), m_complaints.join(u'\n'), m_stage->remedy.toString()});
+    const QString tool = m_stage->tool.toString();
+    m_report.failed({u"the %1 was not notarized"_s.arg(kind), m_stage->name.toString(), tool,
+        m_complaints.join(u'\n'), m_session.remedy(tool, m_stage->remedy.toString())});
     co_return ExitStatus::failed;
 }
 

@@ -17,7 +17,6 @@ namespace {
 const QString security = u"/usr/bin/security"_s;
 const QString codesign = u"/usr/bin/codesign"_s;
 const QString shell = u"/bin/zsh"_s;
-const QString reinstall = u"Install this program again: the tool that came with it is missing."_s;
 
 /// One run of the command. Made for one subject; borrows the report.
 class SignRun {
@@ -116,21 +115,19 @@ int SignRun::reportNoIdentity(const std::optional<QString>& failure)
 {
     m_report.failed({what(), u"finding an identity"_s, security,
         failure.value_or(u"There is no valid identity for signing code."_s),
-        m_session.hasTool(security)
-            ? u"Import a Developer ID Application certificate together with its private key."_s
-            : reinstall});
+        m_session.remedy(security,
+            u"Import a Developer ID Application certificate together with its private key."_s)});
     return ExitStatus::failed;
 }
 
 int SignRun::reportFailure(const ShellError& error)
 {
     const bool hasShell = m_session.hasTool(shell);
-    const bool isMissing = !hasShell || !m_session.hasTool(codesign);
     m_complaints += error.description();
     m_report.failed({what(), u"signing"_s, hasShell ? codesign : shell, m_complaints.join(u'\n'),
-        isMissing ? reinstall
-                  : u"See that “%1” can be written to, and that “vandor identities” lists the "
-                    u"identity."_s.arg(path())});
+        m_session.remedy(codesign,
+            u"See that “%1” can be written to, and that “vandor identities” lists the "
+            u"identity."_s.arg(path()))});
     return ExitStatus::failed;
 }
 

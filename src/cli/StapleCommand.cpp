@@ -29,10 +29,11 @@ QCoro::Task<int> staple(
         co_return ExitStatus::interrupted;
     }
     if (failure) {
-        report.failed({u"no ticket was stapled"_s, u"stapling"_s, u"/usr/bin/xcrun"_s,
-            said + *failure,
-            u"See that the %1 was notarized as it is now; a ticket can be published some minutes "
-            u"after the verdict."_s.arg(subject.kindName())});
+        const QString tool = u"/usr/bin/xcrun"_s;
+        report.failed({u"no ticket was stapled"_s, u"stapling"_s, tool, said + *failure,
+            session.remedy(tool,
+                u"See that the %1 was notarized as it is now; a ticket can be published some "
+                u"minutes after the verdict."_s.arg(subject.kindName()))});
         co_return ExitStatus::failed;
     }
     report.finished(subject.path(), {{u"path"_s, subject.path()}, {u"kind"_s, subject.kindName()}});

@@ -7,6 +7,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QCoro::Task<> exitWith(QCoro::Task<int> command)
@@ -33,6 +35,13 @@ ToolSession::ToolSession(const CommandHost& host)
 bool ToolSession::hasTool(const QString& macPath) const
 {
     return QFileInfo(m_root.toolPath(macPath)).isExecutable();
+}
+
+QString ToolSession::remedy(const QString& tool, const QString& otherwise) const
+{
+    if (hasTool(tool) && hasTool(u"/bin/zsh"_s))
+        return otherwise;
+    return u"Install this program again: the tool that came with it is missing."_s;
 }
 
 int ToolSession::exec(std::function<QCoro::Task<int>()> command)

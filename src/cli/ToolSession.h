@@ -21,6 +21,8 @@ public:
     ShellRunner& shell() { return m_shell; }
     /// Whether the program that stands for the Mac's tool is there.
     bool hasTool(const QString& macPath) const;
+    /// What to do about a failure at `tool`: `otherwise`, unless the tool or the shell is missing.
+    QString remedy(const QString& tool, const QString& otherwise) const;
     bool isInterrupted() const { return m_interruption.isRequested(); }
     /// Requested when the user interrupts.
     const CancellationHandle& cancellation() const { return m_cancellation; }

@@ -7,6 +7,7 @@
 #include "cli/IdentitiesCommand.h"
 #include "cli/InspectCommand.h"
 #include "cli/NotarizeCommand.h"
+#include "cli/ShipCommand.h"
 #include "cli/SignCommand.h"
 #include "cli/StapleCommand.h"
 #include "cli/VerifyCommand.h"
@@ -43,6 +44,8 @@ public:
         add<BuildOptions>("build", "Make a disk image of an application", &runBuildCommand);
         add<IdentitiesOptions>(
             "identities", "List the identities that can sign", &runIdentitiesCommand);
+        add<ShipOptions>("ship", "Take an application all the way to an image for distribution",
+            &runShipCommand);
         add<SignOptions>("sign", "Sign an application or a disk image", &runSignCommand);
         add<CredentialsOptions>("credentials", "Store or verify credentials for the notary service",
             &runCredentialsCommand);
