@@ -1,9 +1,7 @@
-// How fast and how small images are made and read. Each figure is about a library of machine code,
-// which is most of what an application is: BENCHMARK_CORPUS names one, else a system library is
-// taken.
+// How fast images are made and read. Each figure is about a library of machine code, which is most
+// of what an application is: BENCHMARK_CODE names one, else a system library is taken.
 
 #include "bytes/File.h"
-#include "udif/ChunkCodec.h"
 #include "udif/DiskImage.h"
 #include "udif/GuidPartitionTable.h"
 #include "udif/ImageConverter.h"
@@ -16,7 +14,6 @@
 #include <filesystem>
 #include <string>
 #include <unistd.h>
-#include <zlib.h>
 
 namespace {
 
@@ -24,7 +21,6 @@ namespace fs = std::filesystem;
 using namespace udif;
 using Bytes = std::vector<std::byte>;
 
-constexpr std::size_t chunkBytes = std::size_t{1} << 20;
 constexpr std::size_t corpusLimit = std::size_t{32} << 20;
 
 const Bytes& corpus()
@@ -32,7 +28,7 @@ const Bytes& corpus()
     static const Bytes content = [] {
         constexpr std::array places{"/usr/lib/llvm-14/lib/libclang-cpp.so.14",
             "/usr/lib/x86_64-linux-gnu/libQt6Gui.so.6", "/proc/self/exe"};
-        const char* wish = std::getenv("BENCHMARK_CORPUS");
+        const char* wish = std::getenv("BENCHMARK_CODE");
         fs::path path = wish ? wish : "";
         for (const char* place : places)
             if (!fs::exists(path))
@@ -42,57 +38,6 @@ const Bytes& corpus()
     }();
     return content;
 }
-
-template <typename Each>
-void forChunks(Each each)
-{
-    const std::span<const std::byte> content(corpus());
-    for (std::size_t at = 0; at < content.size(); at += chunkBytes)
-        each(content.subspan(at, std::min(chunkBytes, content.size() - at)));
-}
-
-void count(benchmark::State& state, std::size_t stored)
-{
-    state.SetBytesProcessed(
-        static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(corpus().size()));
-    state.counters["storedPercent"] =
-        100.0 * static_cast<double>(stored) / static_cast<double>(corpus().size());
-}
-
-void encode(benchmark::State& state, ChunkType type)
-{
-    const auto encoder = codecFor(type)->makeEncoder(static_cast<int>(state.range(0)));
-    std::size_t stored = 0;
-    for (auto iteration : state) {
-        stored = 0;
-        forChunks([&](std::span<const std::byte> chunk) {
-            const std::size_t length = encoder->encode(chunk).size();
-            stored += length != 0 ? length : chunk.size();
-        });
-    }
-    count(state, stored);
-}
-BENCHMARK_CAPTURE(encode, zlib, ChunkType::zlib)->DenseRange(1, 9)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(encode, bzip2, ChunkType::bzip2)->Arg(9)->Unit(benchmark::kMillisecond);
-
-/// The same by the library that gave the format its name.
-void encodeReference(benchmark::State& state)
-{
-    Bytes out(chunkBytes * 2);
-    std::size_t stored = 0;
-    for (auto iteration : state) {
-        stored = 0;
-        forChunks([&](std::span<const std::byte> chunk) {
-            uLongf length = out.size();
-            compress2(reinterpret_cast<Bytef*>(out.data()), &length,
-                reinterpret_cast<const Bytef*>(chunk.data()), chunk.size(),
-                static_cast<int>(state.range(0)));
-            stored += length;
-        });
-    }
-    count(state, stored);
-}
-BENCHMARK(encodeReference)->Arg(6)->Arg(9)->Unit(benchmark::kMillisecond);
 
 /// A raw disk in a file, 256 MiB of the corpus over and over, and the images made of it.
 class Files {
@@ -139,19 +84,24 @@ void convert(benchmark::State& state, ImageFormat format)
 }
 BENCHMARK_CAPTURE(convert, UDRO, ImageFormat::UDRO)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(convert, UDZO, ImageFormat::UDZO)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(convert, ULFO, ImageFormat::ULFO)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(convert, UDBZ, ImageFormat::UDBZ)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(convert, ULMO, ImageFormat::ULMO)->UseRealTime()->Unit(benchmark::kMillisecond);
 
-void verify(benchmark::State& state)
+void verify(benchmark::State& state, ImageFormat format)
 {
     const Files files;
-    convertImage(DiskImage::open(files.raw()), files.image(), {});
+    ConvertOptions options;
+    options.format = format;
+    convertImage(DiskImage::open(files.raw()), files.image(), options);
     for (auto iteration : state)
         if (!verifyImage(files.image()).valid())
             state.SkipWithError("the image is damaged");
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations())
         * static_cast<int64_t>(fs::file_size(files.raw())));
 }
-BENCHMARK(verify)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(verify, UDZO, ImageFormat::UDZO)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(verify, ULFO, ImageFormat::ULFO)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 
