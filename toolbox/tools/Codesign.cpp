@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <system_error>
 
@@ -62,10 +63,10 @@ Entitlements entitlementsIn(const std::string& path)
 class SigningTools {
 public:
     explicit SigningTools(const Call& call)
-        : m_store(volumes::StateFolder::ofUser().root())
     {
         if (call.identity != "-") {
-            m_identity = m_store.find(call.identity);
+            m_store.emplace(volumes::StateFolder::ofUser().root());
+            m_identity = m_store->find(call.identity);
             m_signer.identity = &*m_identity;
             chooseStamper(call);
         }
@@ -84,7 +85,7 @@ private:
             || (call.stamp == Call::Stamp::asIdentityWants && !byDefault))
             return;
         if (m_identity->isLocal && call.stampServer.empty()) {
-            m_authority = std::make_unique<keychain::LocalAuthority>(m_store);
+            m_authority = std::make_unique<keychain::LocalAuthority>(*m_store);
             m_stamper = std::make_unique<keychain::LocalTimeStamper>(*m_authority);
         } else {
             m_stamper = std::make_unique<keychain::HttpTimeStamper>(call.stampServer.empty()
@@ -94,12 +95,21 @@ private:
         m_signer.stamper = m_stamper.get();
     }
 
-    keychain::IdentityStore m_store;
+    std::optional<keychain::IdentityStore> m_store;
     std::optional<keychain::Identity> m_identity;
     std::unique_ptr<keychain::LocalAuthority> m_authority;
     std::unique_ptr<keychain::TimeStamper> m_stamper;
     Signer m_signer;
 };
+
+/// Whoever keeps nothing on this host trusts nobody of his own.
+keychain::TrustedRoots rootsOfUser()
+{
+    using volumes::StateFolder;
+    const StateFolder state = StateFolder::ofUser(StateFolder::Making::whenNeeded);
+    return state.exists() ? keychain::IdentityStore(state.root()).trustedRoots()
+                          : keychain::TrustedRoots();
+}
 
 /// One path's report, put out in one piece at the end.
 struct Report {
@@ -211,6 +221,8 @@ int guarded(
         report.err += std::string(error.what()) + "\n";
     } catch (const NotReady& error) {
         report.err += std::string(error.what()) + "\n";
+    } catch (const volumes::StateFolderError& error) {
+        report.err += std::string("codesign: ") + error.what() + "\n";
     } catch (const keychain::CryptoError&) {
         report.err += path + ": errSecInternalComponent\n";
     } catch (const std::system_error& error) {
@@ -252,7 +264,7 @@ int run(const Call& call, std::ostream& out, std::ostream& err)
         if (call.mode == Call::Mode::sign)
             tools = std::make_unique<SigningTools>(call);
         else
-            roots = keychain::IdentityStore(volumes::StateFolder::ofUser().root()).trustedRoots();
+            roots = rootsOfUser();
         return statusGood;
     });
     if (ready != statusGood) {

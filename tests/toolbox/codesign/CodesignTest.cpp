@@ -1,7 +1,6 @@
 #include "tools/Codesign.h"
 #include "SampleBundle.h"
-#include "keychain/IdentityStore.h"
-#include "keychain/LocalAuthority.h"
+#include "tools/Security.h"
 
 #include <gtest/gtest.h>
 
@@ -36,8 +35,9 @@ protected:
 
 TEST_F(Codesign, SaysWhatItDidAndWhatItFound)
 {
-    keychain::IdentityStore store(state);
-    keychain::LocalAuthority(store).createIdentity(store, "Jane Doe", "ABCDE12345");
+    const std::vector<std::string> jane{"create-identity", "Jane Doe", "ABCDE12345"};
+    std::ostringstream ignored;
+    ASSERT_EQ(tools::security(jane, ignored, ignored), 0);
     const std::string entitlements = sample.folder() / "my.entitlements";
     putContent(entitlements,
         "<plist version=\"1.0\"><dict><key>com.apple.security.cs.allow-jit</key><true/></dict>"
@@ -88,6 +88,16 @@ TEST_F(Codesign, SaysWhatItDidAndWhatItFound)
     EXPECT_EQ(run({"--verify", "-v", app}), 1);
     EXPECT_EQ(out, "file added: " + (sample.app() / "Contents/Resources/new").string() + "\n");
     EXPECT_EQ(err, app + ": a sealed resource is missing or invalid\n");
+}
+
+TEST_F(Codesign, NeedsNoHomeToSignForNobodyAndToVerify)
+{
+    ::setenv("VANDOR_STATE", "/dev/null/state", 1);
+    EXPECT_EQ(run({"--force", "--deep", "--sign", "-", app}), 0) << err;
+    EXPECT_EQ(run({"--verify", "--deep", app}), 0) << err;
+    EXPECT_EQ(run({"-d", app}), 0) << err;
+    EXPECT_EQ(run({"--force", "--sign", "Jane", app}), 1);
+    EXPECT_TRUE(err.starts_with("codesign: Not a directory (/dev/null/state")) << err;
 }
 
 TEST_F(Codesign, RefusesWhatItCantDoInOneLine)
