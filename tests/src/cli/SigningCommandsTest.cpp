@@ -195,20 +195,19 @@ TEST_F(SigningCommands, EndWhenInterrupted)
 {
     QDir(folder()).mkpath(u"bin"_s);
     QFile::copy(u"" PROGRAMS_DIR "/vandor"_s, path(u"bin/vandor"_s));
-    signing.answer(u"sign"_s,
-        u"trap 'exit 1' INT; > '%1'; for i in 1 2 3 4 5 6 7 8 9; do sleep 3; done"_s.arg(
-            path(u"ready"_s)));
+    signing.answer(
+        u"sign"_s, u"trap 'exit 1' INT; > '%1'; while sleep 1; do :; done"_s.arg(path(u"ready"_s)));
     QProcess program;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"XDG_CONFIG_HOME"_s, folder());
     environment.insert(u"XDG_DATA_HOME"_s, folder());
     program.setProcessEnvironment(environment);
     program.start(path(u"bin/vandor"_s), {u"sign"_s, u"Example.app"_s, u"--json"_s});
-    for (int i = 0; i < 200 && !QFile::exists(path(u"ready"_s)); ++i)
+    for (int i = 0; i < 600 && !QFile::exists(path(u"ready"_s)); ++i)
         program.waitForReadyRead(100);
     ASSERT_TRUE(QFile::exists(path(u"ready"_s)));
     ::kill(static_cast<pid_t>(program.processId()), SIGTERM);
-    ASSERT_TRUE(program.waitForFinished(15'000)) << "the tool goes on";
+    ASSERT_TRUE(program.waitForFinished(60'000)) << "the tool goes on";
     EXPECT_EQ(program.exitCode(), 130);
     EXPECT_TRUE(program.readAllStandardOutput().endsWith(
         "{\"event\":\"result\",\"schema\":\"vandor.sign/1\",\"status\":\"interrupted\"}\n"));

@@ -13,7 +13,7 @@
 
 /// Turns the main loop until `isDone`; false when `seconds` have gone.
 template <class Condition>
-bool turnUntil(Condition isDone, int seconds = 20)
+bool turnUntil(Condition isDone, int seconds = 60)
 {
     QElapsedTimer timer;
     timer.start();

@@ -10,35 +10,58 @@ public:
     {
         return turnUntil([&] { return QFile::exists(scratch.path(name)); });
     }
+    /// The pieces of a command that does each part once all output of those before was read.
+    QStringList piecesOf(const QStringList& parts)
+    {
+        const QString run = u"run %1 part "_s.arg(++m_runs);
+        QString command;
+        for (qsizetype i = 0; i < parts.size(); ++i) {
+            const QString name = run + QString::number(i);
+            command += parts[i] + u"; "_s + touch(name)
+                + u"; until [[ -e '%1' ]] do sleep 0.01; "_s.arg(scratch.path(name + u" read"_s))
+                + u"done; "_s;
+        }
+        const OutputSequence output = shell.runStreaming(command);
+        for (qsizetype i = 0; i < parts.size(); ++i) {
+            const QString name = run + QString::number(i);
+            EXPECT_TRUE(appears(name));
+            // What was printed before lies in the pipe: the next turns read it.
+            turnUntil([turns = 0]() mutable { return ++turns > 3; });
+            scratch.write(name + u" read"_s, "");
+        }
+        return pieces(output);
+    }
     QString touch(const QString& name) const { return u"> '%1'"_s.arg(scratch.path(name)); }
+
+private:
+    int m_runs = 0;
 };
 
 TEST_F(ShellStreamingTest, HandsOutputOnAsText)
 {
     struct Row {
         const char* name;
-        QString command;
+        QStringList parts;
         QStringList pieces;
     };
     const Row rows[] = {
-        {"nothing", u"true"_s, {}},
-        {"several lines are one piece", u"printf 'a\\n\\n b'"_s, {u"a\n\n b"_s}},
-        {"standard error is marked", u"print -u2 err"_s, {u"[ERR] err\n"_s}},
-        {"once a piece", u"printf 'a\\nb\\n' >&2"_s, {u"[ERR] a\nb\n"_s}},
-        {"a failure just ends", u"print out; exit 3"_s, {u"out\n"_s}},
-        {"a character cut by a read", u"printf 'x\\360\\237'; sleep 0.3; printf '\\230\\200y'"_s,
+        {"nothing", {u"true"_s}, {}},
+        {"several lines are one piece", {u"printf 'a\\n\\n b'"_s}, {u"a\n\n b"_s}},
+        {"standard error is marked", {u"print -u2 err"_s}, {u"[ERR] err\n"_s}},
+        {"once a piece", {u"printf 'a\\nb\\n' >&2"_s}, {u"[ERR] a\nb\n"_s}},
+        {"a character cut by a read", {u"printf 'x\\360\\237'"_s, u"printf '\\230\\200y'"_s},
             {u"x"_s, u"😀y"_s}},
-        {"each stream has its own",
-            u"printf '\\303'; sleep 0.2; printf 'e' >&2; sleep 0.2; printf '\\251'"_s,
+        {"each stream has its own", {u"printf '\\303'"_s, u"printf 'e' >&2"_s, u"printf '\\251'"_s},
             {u"[ERR] e"_s, u"é"_s}},
         {"a piece that is no UTF-8 is left out",
-            u"printf 'bad\\377'; sleep 0.3; printf '\\303('; sleep 0.3; print good"_s,
-            {u"good\n"_s}},
-        {"half a character at the end", u"printf '\\342\\202'"_s, {}},
-        {"a byte order mark stays", u"printf '\\357\\273\\277x'"_s, {u"\uFEFFx"_s}},
+            {u"printf 'bad\\377'"_s, u"printf '\\303('"_s, u"print good"_s}, {u"good\n"_s}},
+        {"half a character at the end", {u"printf '\\342\\202'"_s}, {}},
+        {"a byte order mark stays", {u"printf '\\357\\273\\277x'"_s}, {u"\uFEFFx"_s}},
     };
     for (const Row& row : rows)
-        EXPECT_EQ(pieces(shell.runStreaming(row.command)), row.pieces) << row.name;
+        EXPECT_EQ(piecesOf(row.parts), row.pieces) << row.name;
+    EXPECT_EQ(pieces(shell.runStreaming(u"print out; exit 3"_s)), QStringList(u"out\n"_s))
+        << "a failure just ends";
 }
 
 TEST_F(ShellStreamingTest, APieceComesWhileTheCommandRuns)
