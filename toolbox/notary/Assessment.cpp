@@ -140,11 +140,8 @@ private:
             if (isWorth(*stapled, hashes))
                 return true;
         }
-        if (hashes.empty())
-            return false;
         try {
-            const bool publicToo = kind() == TrustedRoots::Kind::apple || m_office.isRedirected();
-            const auto found = m_office.find(hashes.front(), publicToo);
+            const auto found = m_office.find(m_code, m_roots);
             return found && isWorth(*found, hashes);
         } catch (const NetworkError& error) {
             note(std::string("note=no ticket lookup: ") + error.what());

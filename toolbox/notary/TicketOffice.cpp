@@ -1,6 +1,7 @@
 #include "notary/TicketOffice.h"
 
 #include "bytes/FormatError.h"
+#include "codesign/CodeSubject.h"
 #include "keychain/IdentityStore.h"
 #include "notary/ServiceError.h"
 
@@ -103,11 +104,22 @@ bool TicketOffice::wasGivenOut(
     return remembered && std::ranges::equal(*remembered, raw);
 }
 
-std::optional<std::vector<std::byte>> TicketOffice::find(
-    const TicketHash& hash, bool publicToo, const LookupPolicy& policy) const
+bool TicketOffice::asksService(
+    const codesign::StaticCode& code, const keychain::TrustedRoots& roots) const
 {
+    if (!m_lookup.isPublic())
+        return true;
+    const auto signer = signerOf(*code.parts.front().signature, roots);
+    return signer && !signer->chain.empty()
+        && roots.kindOf(signer->chain.back()) == keychain::TrustedRoots::Kind::apple;
+}
+
+std::optional<std::vector<std::byte>> TicketOffice::find(const codesign::StaticCode& code,
+    const keychain::TrustedRoots& roots, const LookupPolicy& policy) const
+{
+    const TicketHash hash = TicketHash::of(*code.parts.front().signature);
     auto known = m_store.find(hash);
-    if (!publicToo)
+    if (!asksService(code, roots))
         return known;
     try {
         // What this host knows already needs no patience.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "keychain/TrustedRoots.h"
 #include "notary/TicketAuthority.h"
 #include "notary/TicketLookup.h"
 
@@ -25,12 +26,13 @@ public:
     /// not part of tickets; where this host doesn't have it either, a ticket counts as Apple's when
     /// it is the very one that the public service has given out for this code before.
     TicketOpinion opinionOf(std::span<const std::byte> raw, std::span<const TicketHash> code) const;
-    /// Asks the public service if `publicToo`, then the tickets on this host. Throws NetworkError
-    /// and ServiceError when the service doesn't answer and there is none on this host.
-    std::optional<std::vector<std::byte>> find(
-        const TicketHash& hash, bool publicToo, const LookupPolicy& policy = {}) const;
-    /// Lookups were sent elsewhere.
-    bool isRedirected() const { return !m_lookup.isPublic(); }
+    /// The ticket of signed `code`: from the public service if Apple's root is above the signer,
+    /// else and after that from this host. Throws NetworkError and ServiceError when the service
+    /// doesn't answer and there is none on this host.
+    std::optional<std::vector<std::byte>> find(const codesign::StaticCode& code,
+        const keychain::TrustedRoots& roots, const LookupPolicy& policy = {}) const;
+    /// Whether `find` asks the public service for `code`.
+    bool asksService(const codesign::StaticCode& code, const keychain::TrustedRoots& roots) const;
 
 private:
     bool wasGivenOut(std::span<const std::byte> raw, std::span<const TicketHash> code) const;
