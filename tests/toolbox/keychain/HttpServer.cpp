@@ -6,7 +6,23 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+namespace {
+
+std::string successWith(const std::vector<std::byte>& body)
+{
+    std::string reply = "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: "
+        + std::to_string(body.size()) + "\r\n\r\n";
+    return reply.append(reinterpret_cast<const char*>(body.data()), body.size());
+}
+
+} // namespace
+
 HttpServer::HttpServer(Answer answer)
+    : HttpServer(
+        RawAnswer([answer](const Request& request) { return successWith(answer(request)); }))
+{ }
+
+HttpServer::HttpServer(RawAnswer answer)
     : m_answer(std::move(answer))
     , m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
@@ -67,10 +83,7 @@ void HttpServer::serveOne(int connection) const
     Request request{received.substr(0, bodyStart), {}};
     const auto body = std::as_bytes(std::span(received).subspan(bodyStart));
     request.body.assign(body.begin(), body.end());
-    const std::vector<std::byte> answer = m_answer(request);
-    std::string reply = "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: "
-        + std::to_string(answer.size()) + "\r\n\r\n";
-    reply.append(reinterpret_cast<const char*>(answer.data()), answer.size());
+    const std::string reply = m_answer(request);
     for (std::size_t sent = 0; sent < reply.size();) {
         const ssize_t count =
             ::send(connection, reply.data() + sent, reply.size() - sent, MSG_NOSIGNAL);

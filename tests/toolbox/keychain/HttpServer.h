@@ -6,7 +6,8 @@
 #include <thread>
 #include <vector>
 
-/// Answers HTTP requests on this host until it is destroyed, each with what a function says.
+/// Answers HTTP requests on this host until it is destroyed, one at a time, each with what a
+/// function says.
 class HttpServer {
 public:
     struct Request {
@@ -15,6 +16,11 @@ public:
     };
     using Answer = std::function<std::vector<std::byte>(const Request&)>;
 
+    /// The whole reply with its head; "" closes the connection without one.
+    using RawAnswer = std::function<std::string(const Request&)>;
+
+    explicit HttpServer(RawAnswer answer);
+    /// Always succeeds, with what `answer` gives as the body.
     explicit HttpServer(Answer answer);
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
@@ -26,7 +32,7 @@ private:
     void serve() const;
     void serveOne(int connection) const;
 
-    Answer m_answer;
+    RawAnswer m_answer;
     int m_listener = -1;
     int m_port = 0;
     std::thread m_thread;
