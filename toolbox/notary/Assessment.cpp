@@ -213,7 +213,7 @@ Assessment assess(
         if (error.what() != std::string_view(message::notSigned))
             throw;
     }
-    if (!code || !code->isSigned())
+    if (!code || TicketHash::allOf(*code).empty())
         return rejectedFor("no usable signature");
     return Assessor(*code, roots, office).assess(purpose);
 }

@@ -4,8 +4,10 @@
 #include "codesign/CodeSubject.h"
 #include "keychain/IdentityStore.h"
 #include "notary/ServiceError.h"
+#include "volumes/StateFolder.h"
 
 #include <algorithm>
+#include <system_error>
 
 namespace notary {
 
@@ -22,11 +24,12 @@ constexpr const char* ticketIssuerMark = "1.2.840.113635.100.6.2.17";
 
 constexpr const char* serviceFile = "service";
 
-std::string serviceFor(const TicketStore& store)
+std::string serviceFor(const std::filesystem::path& stateFolder)
 {
-    if (!store.folder().has(serviceFile))
+    const auto store = TicketStore::ifThere(stateFolder);
+    if (!store || !store->folder().has(serviceFile))
         return TicketLookup::publicService;
-    std::string url = store.folder().read(serviceFile);
+    std::string url = store->folder().read(serviceFile);
     url.erase(url.find_last_not_of(" \n") + 1);
     return url;
 }
@@ -60,8 +63,8 @@ bool leadsTo(const Certificate& root, const std::vector<Certificate>& chain, key
 
 TicketOffice::TicketOffice(
     const std::filesystem::path& stateFolder, const HttpClient& client, Clock& clock)
-    : m_store(stateFolder)
-    , m_lookup(client, clock, serviceFor(m_store))
+    : m_state(stateFolder)
+    , m_lookup(client, clock, serviceFor(stateFolder))
 { }
 
 TicketOpinion TicketOffice::opinionOf(
@@ -82,26 +85,22 @@ TicketOpinion TicketOffice::opinionOf(
         || !std::ranges::all_of(code, [&](const TicketHash& one) { return ticket.covers(one); }))
         return nobody("the ticket is about other code");
 
-    const auto localRoot = TicketAuthority::rootIn(m_store);
+    const auto kept = store();
+    const auto localRoot = kept ? TicketAuthority::rootIn(*kept) : std::nullopt;
     if (localRoot && leadsTo(*localRoot, ticket.chain, ticket.issued))
         return {TicketIssuer::local};
     if (!hasAppleMarks(ticket.chain))
         return nobody("nobody that this host knows has signed the ticket");
-    const auto appleRoot = knownAppleRoot(m_store.folder().path().parent_path());
-    if (appleRoot && leadsTo(*appleRoot, ticket.chain, ticket.issued))
+    if (const auto appleRoot = kept ? knownAppleRoot(m_state) : std::nullopt) {
+        if (leadsTo(*appleRoot, ticket.chain, ticket.issued))
+            return {TicketIssuer::apple};
+        return nobody("Apple has not signed the ticket");
+    }
+    const auto givenOut = kept ? kept->find(code.front()) : std::nullopt;
+    if (givenOut && std::ranges::equal(*givenOut, raw))
         return {TicketIssuer::apple};
-    if (!appleRoot && wasGivenOut(raw, code))
-        return {TicketIssuer::apple};
-    return nobody(appleRoot ? "Apple has not signed the ticket"
-                            : std::string("the certificate \"") + appleTicketRootName
-                + "\" is not on this host, so nobody answers for the ticket");
-}
-
-bool TicketOffice::wasGivenOut(
-    std::span<const std::byte> raw, std::span<const TicketHash> code) const
-{
-    const auto remembered = m_store.find(code.front());
-    return remembered && std::ranges::equal(*remembered, raw);
+    return nobody(std::string("the certificate \"") + appleTicketRootName
+        + "\" is not on this host, so nobody answers for the ticket");
 }
 
 bool TicketOffice::asksService(
@@ -114,18 +113,28 @@ bool TicketOffice::asksService(
         && roots.kindOf(signer->chain.back()) == keychain::TrustedRoots::Kind::apple;
 }
 
+void TicketOffice::remember(const TicketHash& hash, std::span<const std::byte> ticket) const
+{
+    try {
+        TicketStore(volumes::StateFolder(m_state).root()).put(hash, ticket);
+    } catch (const std::system_error&) {
+        // A host that keeps nothing asks again the next time.
+    }
+}
+
 std::optional<std::vector<std::byte>> TicketOffice::find(const codesign::StaticCode& code,
     const keychain::TrustedRoots& roots, const LookupPolicy& policy) const
 {
     const TicketHash hash = TicketHash::of(*code.parts.front().signature);
-    auto known = m_store.find(hash);
+    const auto kept = store();
+    auto known = kept ? kept->find(hash) : std::nullopt;
     if (!asksService(code, roots))
         return known;
     try {
         // What this host knows already needs no patience.
         if (auto found = m_lookup.find(hash, known ? LookupPolicy() : policy)) {
             if (m_lookup.isPublic())
-                m_store.put(hash, *found);
+                remember(hash, *found);
             return found;
         }
     } catch (const NetworkError&) {

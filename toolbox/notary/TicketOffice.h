@@ -19,7 +19,8 @@ struct TicketOpinion {
 /// signed like any other ticket.
 class TicketOffice {
 public:
-    /// Borrows client and clock.
+    /// Nothing is made in the state folder until there is something to keep. Borrows client and
+    /// clock.
     TicketOffice(const std::filesystem::path& stateFolder, const HttpClient& client, Clock& clock);
 
     /// What `raw` is worth for code with these hashes: all of them must be in it. Apple's root is
@@ -35,9 +36,10 @@ public:
     bool asksService(const codesign::StaticCode& code, const keychain::TrustedRoots& roots) const;
 
 private:
-    bool wasGivenOut(std::span<const std::byte> raw, std::span<const TicketHash> code) const;
+    void remember(const TicketHash& hash, std::span<const std::byte> ticket) const;
+    std::optional<TicketStore> store() const { return TicketStore::ifThere(m_state); }
 
-    TicketStore m_store;
+    std::filesystem::path m_state;
     TicketLookup m_lookup;
 };
 

@@ -4,6 +4,8 @@ namespace notary {
 
 namespace {
 
+constexpr const char* folderName = "tickets";
+
 std::string fileName(const TicketHash& hash)
 {
     return std::to_string(hash.type) + "-" + hash.hex();
@@ -12,8 +14,15 @@ std::string fileName(const TicketHash& hash)
 } // namespace
 
 TicketStore::TicketStore(const std::filesystem::path& stateFolder)
-    : m_folder(stateFolder / "tickets")
+    : m_folder(stateFolder / folderName)
 { }
+
+std::optional<TicketStore> TicketStore::ifThere(const std::filesystem::path& stateFolder)
+{
+    if (!std::filesystem::exists(stateFolder / folderName))
+        return std::nullopt;
+    return TicketStore(stateFolder);
+}
 
 void TicketStore::put(const TicketHash& hash, std::span<const std::byte> ticket) const
 {

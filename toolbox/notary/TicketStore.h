@@ -14,6 +14,8 @@ class TicketStore {
 public:
     /// Throws std::system_error when the folder can't be made or belongs to somebody else.
     explicit TicketStore(const std::filesystem::path& stateFolder);
+    /// None when nothing was ever kept there; makes nothing.
+    static std::optional<TicketStore> ifThere(const std::filesystem::path& stateFolder);
 
     const keychain::PrivateFolder& folder() const { return m_folder; }
 

@@ -12,6 +12,7 @@
 #include "keychain/LocalTimeStamper.h"
 #include "tools/Arguments.h"
 #include "tools/CodesignArguments.h"
+#include "tools/UserTrust.h"
 #include "volumes/StateFolder.h"
 
 #include <algorithm>
@@ -101,15 +102,6 @@ private:
     std::unique_ptr<keychain::TimeStamper> m_stamper;
     Signer m_signer;
 };
-
-/// Whoever keeps nothing on this host trusts nobody of his own.
-keychain::TrustedRoots rootsOfUser()
-{
-    using volumes::StateFolder;
-    const StateFolder state = StateFolder::ofUser(StateFolder::Making::whenNeeded);
-    return state.exists() ? keychain::IdentityStore(state.root()).trustedRoots()
-                          : keychain::TrustedRoots();
-}
 
 /// One path's report, put out in one piece at the end.
 struct Report {

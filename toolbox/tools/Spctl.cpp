@@ -1,9 +1,9 @@
 #include "tools/Spctl.h"
 
 #include "codesign/CodeError.h"
-#include "keychain/IdentityStore.h"
 #include "notary/Assessment.h"
 #include "tools/Arguments.h"
+#include "tools/UserTrust.h"
 #include "volumes/StateFolder.h"
 
 #include <array>
@@ -137,8 +137,9 @@ int assessOne(const Call& call, const std::string& path, const keychain::Trusted
 
 int run(const Call& call, std::ostream& err)
 {
-    const fs::path state = volumes::StateFolder::ofUser().root();
-    const auto roots = keychain::IdentityStore(state).trustedRoots();
+    using volumes::StateFolder;
+    const fs::path state = StateFolder::ofUser(StateFolder::Making::whenNeeded).root();
+    const auto roots = rootsOfUser();
     const notary::HttpClient client(patience);
     notary::SystemClock clock;
     const notary::TicketOffice office(state, client, clock);

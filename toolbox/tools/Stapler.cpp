@@ -2,11 +2,11 @@
 
 #include "bytes/FormatError.h"
 #include "codesign/CodeError.h"
-#include "keychain/IdentityStore.h"
 #include "notary/ServiceError.h"
 #include "notary/Stapler.h"
 #include "notary/TicketOffice.h"
 #include "tools/Arguments.h"
+#include "tools/UserTrust.h"
 #include "volumes/StateFolder.h"
 
 #include <array>
@@ -22,6 +22,7 @@ using codesign::StaticCode;
 using notary::TicketHash;
 using notary::TicketIssuer;
 using notary::TicketOpinion;
+using volumes::StateFolder;
 
 // As sysexits.h has them.
 constexpr int statusGood = 0;
@@ -59,9 +60,8 @@ public:
 class Office {
 public:
     Office()
-        : m_state(volumes::StateFolder::ofUser().root())
-        , m_roots(keychain::IdentityStore(m_state).trustedRoots())
-        , m_tickets(m_state, m_client, m_clock)
+        : m_roots(rootsOfUser())
+        , m_tickets(StateFolder::ofUser(StateFolder::Making::whenNeeded).root(), m_client, m_clock)
     { }
 
     /// None when nobody has one. Throws Failure.
@@ -84,7 +84,6 @@ public:
     bool asksService(const StaticCode& code) const { return m_tickets.asksService(code, m_roots); }
 
 private:
-    fs::path m_state;
     keychain::TrustedRoots m_roots;
     notary::HttpClient m_client;
     notary::SystemClock m_clock;
