@@ -18,6 +18,7 @@ BuildReport::BuildReport(QIODevice& results, QIODevice& messages, Form form)
 void BuildReport::misused(const QString& message)
 {
     say(u"vandor build: "_s + message + u"\nRun “vandor build --help” for more."_s);
+    event(u"result"_s, {{u"status"_s, u"misused"_s}, {u"message"_s, message}});
 }
 
 void BuildReport::progress(const QString& message)

@@ -17,6 +17,12 @@ CommandReport::CommandReport(QIODevice& results, QIODevice& messages, Form form)
 void CommandReport::misused(const QString& message)
 {
     say(u"vandor %1: %2\nRun “vandor %1 --help” for more."_s.arg(m_form.command, message));
+    misusedEvent(message);
+}
+
+void CommandReport::misusedEvent(const QString& message)
+{
+    event(u"result"_s, {{u"status"_s, u"misused"_s}, {u"message"_s, message}});
 }
 
 void CommandReport::progress(const QString& message)
@@ -75,7 +81,8 @@ void CommandReport::event(const QString& name, QJsonObject fields)
 {
     if (!m_form.json)
         return;
-    fields[u"schema"_s] = u"vandor.%1/1"_s.arg(m_form.command);
+    fields[u"schema"_s] =
+        m_form.command.isEmpty() ? u"vandor/1"_s : u"vandor.%1/1"_s.arg(m_form.command);
     fields[u"event"_s] = name;
     m_results.write(QJsonDocument(fields).toJson(QJsonDocument::Compact) + '\n');
 }

@@ -16,7 +16,8 @@ struct CommandFailure {
 
 /// How a command speaks to its caller: progress and failures for a person go to `messages`, what
 /// was asked for to `results`. With JSON, `results` has one object a line, each with
-/// "schema": "vandor.COMMAND/1" and an "event". Everything is written at once.
+/// "schema": "vandor.COMMAND/1" and an "event"; the last event is "result" with a "status".
+/// Everything is written at once.
 class CommandReport {
 public:
     struct Form {
@@ -28,6 +29,8 @@ public:
     CommandReport(QIODevice& results, QIODevice& messages, Form form);
 
     void misused(const QString& message);
+    /// The same to a program alone: the person has been told.
+    void misusedEvent(const QString& message);
     void progress(const QString& message);
     /// One thing of several that were asked for: `line` for a person, `fields` as JSON.
     void item(const QString& event, const QString& line, const QJsonObject& fields);

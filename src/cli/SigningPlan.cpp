@@ -32,7 +32,7 @@ QCoro::Task<int> plan(SigningSession& session, Subject subject, CommandReport& r
     const ToolCall call = dryRunOf(subject);
     const ToolOutcome outcome = co_await session.tools().run(call);
     if (session.isInterrupted()) {
-        report.interrupted(u"Nothing was touched."_s);
+        report.interrupted(u"nothing was touched."_s);
         co_return ExitStatus::interrupted;
     }
     if (!outcome.succeeded()) {

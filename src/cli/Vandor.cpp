@@ -3,6 +3,7 @@
 #include "cli/BuildCommand.h"
 #include "cli/BuildOptions.h"
 #include "cli/CommandHost.h"
+#include "cli/CommandReport.h"
 #include "cli/CredentialsCommand.h"
 #include "cli/IdentitiesCommand.h"
 #include "cli/InspectCommand.h"
@@ -21,6 +22,8 @@
 #include <sstream>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// A mistake in the form of all others, which name the command and where its help is.
@@ -32,6 +35,15 @@ std::string mistakeText(const CLI::App* program, const CLI::Error& mistake)
         command += ' ' + used->get_name();
     }
     return command + ": " + mistake.what() + "\nRun “" + command + " --help” for more.\n";
+}
+
+/// What the parser refuses never reaches a command, whose report would tell a program of it.
+void reportMistake(const CLI::App& program, const CLI::Error& mistake, const CommandHost& host)
+{
+    const auto used = program.get_subcommands();
+    const QString command = used.empty() ? QString() : QString::fromStdString(used[0]->get_name());
+    CommandReport(host.results, host.messages, {command, true})
+        .misusedEvent(QString::fromUtf8(mistake.what()));
 }
 
 /// The subcommands: each has options, which live as long as the parser, and a function.
@@ -110,6 +122,8 @@ int runVandor(const QStringList& arguments, const CommandHost& host)
         const bool isHelp = program.exit(ended, results, messages) == 0;
         host.results.write(results.str().c_str());
         host.messages.write(messages.str().c_str());
+        if (!isHelp && arguments.contains("--json"_L1))
+            reportMistake(program, ended, host);
         return isHelp ? ExitStatus::done : ExitStatus::misused;
     }
     return commands.runParsed();

@@ -70,6 +70,13 @@ TEST_F(ProgramTest, TellsItsVersionAndHelpOnStandardOutput)
         {{}, 2, "", "vandor: A command is required\nRun “vandor --help” for more.\n"},
         {{u"bake"_s}, 2, "", "bake"},
         {{u"build"_s}, 2, "", "vandor build: APP is required\nRun “vandor build --help”"},
+        {{u"build"_s, u"No.app"_s, u"--json"_s}, 2, "\"status\":\"misused\"", "No.app"},
+        {{u"sign"_s, u"No.app"_s, u"--json"_s}, 2, "\"status\":\"misused\"", "No.app"},
+        {{u"sign"_s, u"--json"_s}, 2,
+            "{\"event\":\"result\",\"message\":\"PATH is required\",\"schema\":"
+            "\"vandor.sign/1\",\"status\":\"misused\"}\n",
+            "vandor sign: PATH is required"},
+        {{u"bake"_s, u"--json"_s}, 2, "\"schema\":\"vandor/1\"", "bake"},
     };
     for (const Row& row : rows) {
         QProcess program;
