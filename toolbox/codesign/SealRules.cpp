@@ -12,6 +12,28 @@ namespace {
 
 constexpr std::size_t mostRules = 1024;
 constexpr std::size_t longestPattern = 4096;
+constexpr int mostRepeatedParts = 4;
+
+/// The host's matcher writes out what is repeated: a count, or pluses inside each other, would take
+/// all memory, and back-references all time. No signer writes such patterns.
+bool isCheap(std::string_view pattern)
+{
+    int repeatedParts = 0;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const char next = i + 1 < pattern.size() ? pattern[i + 1] : '\0';
+        if (pattern[i] == '\\') {
+            if (next >= '1' && next <= '9')
+                return false;
+            ++i;
+        } else if (pattern[i] == '{') {
+            return false;
+        } else if (next == '+'
+            && std::string_view(")*+?").find(pattern[i]) != std::string_view::npos) {
+            ++repeatedParts;
+        }
+    }
+    return repeatedParts <= mostRepeatedParts;
+}
 
 bool flag(const plist::Value& value, const char* key)
 {
@@ -39,7 +61,7 @@ void SealRules::FreePattern::operator()(regex_t* pattern) const
 void SealRules::add(SealRule rule)
 {
     auto compiled = std::make_unique<regex_t>();
-    if (rule.pattern.size() > longestPattern
+    if (rule.pattern.size() > longestPattern || !isCheap(rule.pattern)
         || ::regcomp(compiled.get(), rule.pattern.c_str(), REG_EXTENDED | REG_NOSUB) != 0)
         throw FormatError("a rule of the resource seal is no pattern: " + rule.pattern);
     m_rules.push_back({std::move(rule), {compiled.release(), {}}});

@@ -109,6 +109,13 @@ TEST(SealRules, HostilePatternsAreRefused)
     EXPECT_THROW(
         SealRules::read(plist::Dictionary{{std::string(10000, 'a'), true}}), bytes::FormatError);
     EXPECT_THROW(SealRules::read(plist::Dictionary{{"^a", "maybe"}}), bytes::FormatError);
+    std::string nested = "a";
+    for (int i = 0; i < 30; ++i)
+        nested = "(" + nested + ")+";
+    for (const std::string& costly : {nested, std::string("((a{1,200}){1,200}){1,200}"),
+             "a" + std::string(30, '+'), std::string("(a*)*(a*)*\\1\\2b")})
+        EXPECT_THROW(SealRules::read(plist::Dictionary{{costly, true}}), bytes::FormatError)
+            << costly;
 }
 
 } // namespace
