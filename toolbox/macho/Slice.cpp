@@ -73,6 +73,8 @@ void readSignature(Slice& slice, ByteReader& in, uint64_t commandOffset)
     requireInside(slice, record.dataOffset, record.dataSize, "code signature", commandOffset);
     if (record.dataOffset < slice.head.size())
         throw FormatError("the code signature lies in the header", commandOffset);
+    if (record.head.size != sizeof record)
+        throw FormatError("a code signature command of a wrong size", commandOffset);
     slice.signature = SignaturePlace{commandOffset, record.dataOffset, record.dataSize};
 }
 
@@ -161,6 +163,9 @@ Slice Slice::read(const bytes::ByteSource& source)
         readCommand(slice, static_cast<Command>(command.command.value()), in, at);
         at += command.size;
     }
+    // A command that is added goes behind the last one, and must be where readers look for it.
+    if (at != slice.head.size())
+        throw FormatError("the load commands end before their stated size", at);
     return slice;
 }
 
