@@ -18,8 +18,6 @@ using bytes::FormatError;
 
 namespace {
 
-constexpr std::size_t shortHash = 20;
-
 Digest digestOfFile(HashType type, const fs::path& path)
 {
     const auto source = bytes::File::open(path, bytes::File::Mode::read);

@@ -4,6 +4,7 @@
 #include "hfsplus/NameOrder.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace finder {
 
@@ -31,7 +32,8 @@ Place placeOf(const StoreRecord& record)
 template <typename Records>
 auto recordsAt(Records& records, const Place& place)
 {
-    return std::ranges::equal_range(records, place, comesBefore, placeOf);
+    return std::pair(std::ranges::lower_bound(records, place, comesBefore, placeOf),
+        std::ranges::upper_bound(records, place, comesBefore, placeOf));
 }
 
 StoreValue wordValue(FourCC type, uint32_t word)
@@ -71,22 +73,22 @@ bool DesktopStore::inOrder(const StoreRecord& a, const StoreRecord& b)
 
 const StoreValue* DesktopStore::find(std::u16string_view name, FourCC code) const
 {
-    const auto found = recordsAt(m_records, {name, code});
-    return found.begin() == found.end() ? nullptr : &found.begin()->value;
+    const auto [first, last] = recordsAt(m_records, {name, code});
+    return first == last ? nullptr : &first->value;
 }
 
 void DesktopStore::set(std::u16string_view name, FourCC code, StoreValue value)
 {
     StoreRecord record{std::u16string(name), code, std::move(value)};
-    const auto present = recordsAt(m_records, placeOf(record));
-    const auto at = m_records.erase(present.begin(), present.end());
+    const auto [first, last] = recordsAt(m_records, placeOf(record));
+    const auto at = m_records.erase(first, last);
     m_records.insert(at, std::move(record));
 }
 
 void DesktopStore::remove(std::u16string_view name, FourCC code)
 {
-    const auto present = recordsAt(m_records, {name, code});
-    m_records.erase(present.begin(), present.end());
+    const auto [first, last] = recordsAt(m_records, {name, code});
+    m_records.erase(first, last);
 }
 
 } // namespace finder

@@ -81,8 +81,8 @@ VolumeWindowStyle VolumeWindowStyle::readFrom(const DesktopStore& store)
     style.window = settingsOf(store, itself, windowCode, style.window, readWindowSettings);
     style.icons = iconViewOf(store);
     style.view = settingsOf(store, itself, viewCode, style.view, [](const auto& raw) {
-        const FourCC view(bytes::ByteReader(raw).u32());
-        return view.value != 0 ? view : FourCC("icnv"); // zero in some stores: none chosen
+        const FourCC stored(bytes::ByteReader(raw).u32());
+        return stored.value != 0 ? stored : FourCC("icnv"); // zero in some stores: none chosen
     });
     for (const StoreRecord& record : store.records()) {
         if (record.code != locationCode || record.name == itself)

@@ -62,8 +62,8 @@ void AttributeTable::add(const TreeRecord& record, uint32_t volumeBlocks)
 
 std::span<const AttributeTable::Value> AttributeTable::of(CatalogID file) const
 {
-    const auto range = std::ranges::equal_range(m_values, file, {}, &Value::file);
-    return {range.begin(), range.end()};
+    return {std::ranges::lower_bound(m_values, file, {}, &Value::file),
+        std::ranges::upper_bound(m_values, file, {}, &Value::file)};
 }
 
 } // namespace hfsplus

@@ -85,8 +85,8 @@ const Catalog::Item* Catalog::find(CatalogID id) const
 
 std::span<const Catalog::Item> Catalog::children(CatalogID folder) const
 {
-    const auto range = std::ranges::equal_range(m_items, folder, {}, &Item::parent);
-    return {range.begin(), range.end()};
+    return {std::ranges::lower_bound(m_items, folder, {}, &Item::parent),
+        std::ranges::upper_bound(m_items, folder, {}, &Item::parent)};
 }
 
 } // namespace hfsplus

@@ -296,7 +296,7 @@ void FolderScan::dropSingleLinks()
     };
     for (uint32_t i = 0; i < m_linkGroups.size(); ++i) {
         // The file is read through its first name, and a companion lies beside one of them only.
-        std::ranges::stable_partition(m_linkGroups[i], hasFork);
+        std::stable_partition(m_linkGroups[i].begin(), m_linkGroups[i].end(), hasFork);
         for (const uint32_t index : m_linkGroups[i])
             m_objects[index].linkGroup = i;
     }
