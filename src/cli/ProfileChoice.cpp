@@ -2,7 +2,6 @@
 
 #include "cli/CommandHost.h"
 #include "cli/UsageError.h"
-#include "model/SettingsManager.h"
 #include "notarization/NotarizationState.h"
 #include "platform/UserDefaults.h"
 
@@ -10,11 +9,9 @@ using namespace Qt::StringLiterals;
 
 QString chosenProfile(const std::optional<std::string>& asked, const CommandHost& host)
 {
-    QString profile = asked
+    const QString profile = asked
         ? QString::fromStdString(*asked)
         : host.defaults.string(NotarizationState::kSavedProfileName).value_or(QString());
-    if (profile.isEmpty() && !asked)
-        profile = host.settings.notaryProfileName();
     if (profile.isEmpty()) {
         throw UsageError(
             u"name the credentials to submit with: --profile NAME (the profile “local” "

@@ -97,6 +97,7 @@ TEST_F(SigningCommands, SignAnImage)
 TEST_F(SigningCommands, SignAnApplicationBehindALink)
 {
     list(identityLine(adaPrint, ada) + identityLine(bobPrint, u"Bob"_s));
+    signing.answer(u"inspect"_s, u"echo Authority=Bob >&2"_s);
     QFile::link(path(u"Example.app"_s), path(u"link"_s));
     EXPECT_EQ(run({u"sign"_s, u"link"_s, u"--identity"_s, u"Bob"_s, u"--json"_s, u"--quiet"_s}), 0)
         << qPrintable(messages());
@@ -108,7 +109,7 @@ TEST_F(SigningCommands, SignAnApplicationBehindALink)
         (QJsonObject{{u"schema"_s, u"vandor.sign/1"_s}, {u"event"_s, u"result"_s},
             {u"status"_s, u"success"_s}, {u"kind"_s, u"application"_s},
             {u"path"_s, QFileInfo(path(u"Example.app"_s)).canonicalFilePath()},
-            {u"identity"_s, identity}, {u"authority"_s, ada}}));
+            {u"identity"_s, identity}, {u"authority"_s, u"Bob (Non-Distribution)"_s}}));
     EXPECT_TRUE(
         signing.calls()[1].startsWith("codesign <--force> <--options> <runtime> <--deep>"_L1));
 }
@@ -134,6 +135,14 @@ TEST_F(SigningCommands, FailWithTheToolsWordsAndARemedy)
             },
             u"signing"_s, u"/usr/bin/codesign"_s,
             u"no timestamp\nThe command ended with status 3: not signed at all"_s, u"See that “"_s},
+        {"an older signature still holds",
+            [](const SigningCommands& test) {
+                test.signing.answer(u"sign"_s, u"echo 'no timestamp' >&2; exit 1"_s);
+                test.signing.answer(u"inspect"_s, u"echo Signature=adhoc >&2"_s);
+            },
+            u"signing"_s, u"/usr/bin/codesign"_s,
+            u"no timestamp\nThe signature on it is not by “%1” but an older one."_s.arg(ada),
+            u"See that “"_s},
         {"no signing tool",
             [](const SigningCommands& test) { test.signing.remove(u"/usr/bin/codesign"_s); },
             u"signing"_s, u"/usr/bin/codesign"_s,

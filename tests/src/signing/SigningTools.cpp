@@ -47,6 +47,7 @@ SigningTools::SigningTools(QString folder, QString toolbox)
     : m_folder(std::move(folder))
     , m_toolbox(std::move(toolbox))
 {
+    QDir().mkpath(m_folder);
     for (const QString& file : {u"/bin/zsh"_s, u"/etc/zsh/.zshenv"_s}) {
         QFileInfo(m_toolbox + file).dir().mkpath(u"."_s);
         QFile::copy(u"" TOOLBOX_DIR ""_s + file, m_toolbox + file);
