@@ -1,5 +1,7 @@
 #include "notary/Transcript.h"
 
+#include "notary/TicketAuthority.h"
+
 #include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>

@@ -42,7 +42,4 @@ private:
     int m_tenths = -1; // of the upload, shown so far
 };
 
-/// What every report of this host's own authority says.
-inline constexpr const char* localNote = "note=local stand-in authority, not Apple";
-
 } // namespace notary

@@ -33,6 +33,15 @@ int64_t secondsOf(Clock::Time time)
     return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
 }
 
+/// By which the storage knows a part that it has.
+std::string tagOf(const HttpResponse& response)
+{
+    const auto tag = response.headers.find("etag");
+    if (tag == response.headers.end())
+        throw ServiceError("The storage's answer isn't understood: no tag for a part");
+    return tag->second;
+}
+
 std::string hashOf(const std::string& text)
 {
     return codesign::hexOf(digestOf(codesign::HashType::sha256, std::as_bytes(std::span(text))));
@@ -54,10 +63,8 @@ void Uploader::upload(const bytes::ByteSource& file, const std::string& sha256,
     const Target target = targetFor(place);
     if (file.size() > m_sizes.largestWhole)
         return uploadParts(file, target, progress);
-    send(target,
-        {.method = "PUT",
-            .upload = {.source = &file, .length = file.size(), .progress = progress},
-            .bodyHash = sha256});
+    send(target, {.method = "PUT", .bodyHash = sha256},
+        {.source = &file, .length = file.size(), .progress = progress});
 }
 
 Uploader::Target Uploader::targetFor(const UploadPlace& place) const
@@ -72,7 +79,7 @@ Uploader::Target Uploader::targetFor(const UploadPlace& place) const
         "/" + place.bucket + "/" + place.object, std::move(signer)};
 }
 
-HttpResponse Uploader::send(const Target& target, const Call& call) const
+HttpResponse Uploader::send(const Target& target, const Call& call, const HttpUpload& part) const
 {
     const auto request = [&] {
         const RequestSigner::Subject subject{.method = call.method,
@@ -86,7 +93,7 @@ HttpResponse Uploader::send(const Target& target, const Call& call) const
                 + (query.empty() ? "" : "?" + query),
             .headers = target.signer.signedHeaders(subject, secondsOf(m_clock.now())),
             .body = call.body,
-            .upload = call.upload};
+            .upload = part};
     };
     HttpResponse response = sendWithRetries(m_client, m_clock, request);
     if (!response.isSuccess())
@@ -97,39 +104,29 @@ HttpResponse Uploader::send(const Target& target, const Call& call) const
 void Uploader::uploadParts(
     const bytes::ByteSource& file, const Target& target, const Progress& progress) const
 {
-    const std::string nothing;
-    const std::string uploadId = elementText(
-        send(target, {.method = "POST", .query = {{"uploads", ""}}, .bodyHash = hashOf(nothing)})
-            .body,
-        "UploadId");
+    const Call begin{.method = "POST", .query = {{"uploads", ""}}, .bodyHash = hashOf("")};
+    const std::string uploadId = elementText(send(target, begin).body, "UploadId");
     if (uploadId.empty())
         throw ServiceError("The storage's answer isn't understood: no upload id");
     std::string parts;
     int number = 0;
     for (uint64_t at = 0; at < file.size(); at += m_sizes.part) {
         const bytes::SourceRange part(file, at, std::min(m_sizes.part, file.size() - at));
+        const Call call{.method = "PUT",
+            .query = {{"partNumber", std::to_string(++number)}, {"uploadId", uploadId}},
+            .bodyHash = codesign::hexOf(digestOf(codesign::HashType::sha256, part, part.size()))};
         const auto partProgress = [&](uint64_t sent) {
             if (progress)
                 progress(at + sent);
         };
-        const HttpResponse answer = send(target,
-            {.method = "PUT",
-                .query = {{"partNumber", std::to_string(++number)}, {"uploadId", uploadId}},
-                .upload = {.source = &part, .length = part.size(), .progress = partProgress},
-                .bodyHash =
-                    codesign::hexOf(digestOf(codesign::HashType::sha256, part, part.size()))});
-        const auto tag = answer.headers.find("etag");
-        if (tag == answer.headers.end())
-            throw ServiceError("The storage's answer isn't understood: no tag for a part");
-        parts += "<Part><PartNumber>" + std::to_string(number) + "</PartNumber><ETag>" + tag->second
-            + "</ETag></Part>";
+        const HttpUpload upload{.source = &part, .length = part.size(), .progress = partProgress};
+        parts += "<Part><PartNumber>" + std::to_string(number) + "</PartNumber><ETag>"
+            + tagOf(send(target, call, upload)) + "</ETag></Part>";
     }
-    const std::string list = "<CompleteMultipartUpload>" + parts + "</CompleteMultipartUpload>";
-    const HttpResponse done = send(target,
-        {.method = "POST",
-            .query = {{"uploadId", uploadId}},
-            .body = list,
-            .bodyHash = hashOf(list)});
+    Call end{.method = "POST", .query = {{"uploadId", uploadId}}};
+    end.body = "<CompleteMultipartUpload>" + parts + "</CompleteMultipartUpload>";
+    end.bodyHash = hashOf(end.body);
+    const HttpResponse done = send(target, end);
     // This one call may fail after it began to answer with success.
     if (done.body.find("<Error>") != std::string::npos)
         throw ServiceError("The storage refused the parts: " + elementText(done.body, "Code"));

@@ -36,12 +36,12 @@ private:
         std::string method;
         std::map<std::string, std::string> query{};
         std::string body{};
-        HttpUpload upload{};
-        std::string bodyHash;
+        std::string bodyHash{};
     };
 
     Target targetFor(const UploadPlace& place) const;
-    HttpResponse send(const Target& target, const Call& call) const;
+    /// `part` is sent in place of the call's body when it has a source.
+    HttpResponse send(const Target& target, const Call& call, const HttpUpload& part = {}) const;
     void uploadParts(
         const bytes::ByteSource& file, const Target& target, const Progress& progress) const;
 

@@ -1,4 +1,5 @@
 #include "notary/NotaryApi.h"
+#include "notary/TicketAuthority.h"
 #include "tools/NotarytoolVerbs.h"
 
 #include <ostream>
