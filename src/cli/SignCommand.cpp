@@ -6,6 +6,7 @@
 #include "cli/SigningSession.h"
 #include "cli/Subject.h"
 #include "cli/UsageError.h"
+#include "signing/CodesignCommands.h"
 
 #include <CLI/CLI.hpp>
 #include <QJsonObject>
@@ -48,8 +49,9 @@ private:
     QCoro::Task<std::optional<ShellError>> signWith(SigningIdentity identity);
     void follow(QString message);
     int reportNoIdentity(const std::optional<QString>& failure);
-    int reportFailure(const ShellError& error);
-    int reportSuccess(const SigningIdentity& identity);
+    QCoro::Task<AppSignatureStatus> signatureNow();
+    int reportFailure(const QString& reason);
+    int reportSuccess(const SigningIdentity& identity, const AppSignatureStatus& signature);
 
     const SignOptions& m_options;
     Subject m_subject;
@@ -79,11 +81,36 @@ QCoro::Task<int> SignRun::sign()
         }
         failure = co_await signWith(identity);
     }
+    AppSignatureStatus signature;
+    if (!m_session.isInterrupted() && !failure)
+        signature = co_await signatureNow();
     if (m_session.isInterrupted()) {
         m_report.interrupted(u"“%1” may be signed or not."_s.arg(path()));
         co_return ExitStatus::interrupted;
     }
-    co_return failure ? reportFailure(*failure) : reportSuccess(identity);
+    if (failure)
+        co_return reportFailure(failure->description());
+    if (!signature.text.startsWith(identity.name)) {
+        co_return reportFailure(
+            u"The signature on it is not by “%1” but an older one."_s.arg(identity.name));
+    }
+    co_return reportSuccess(identity, signature);
+}
+
+/// A signing that failed may have left an older signature, and that verifies, too.
+QCoro::Task<AppSignatureStatus> SignRun::signatureNow()
+{
+    AppSignatureStatus status = m_session.manager().appSignatureStatus();
+    if (m_subject.isImage()) { // of which the manager doesn't tell
+        try {
+            const QString command = CodesignCommands::inspect(path());
+            const QString report = co_await m_session.shell().runSync(command);
+            status = signatureIn(report).status;
+        } catch (const ShellError&) {
+            status = AppSignatureStatus::unsignedCode();
+        }
+    }
+    co_return status;
 }
 
 QCoro::Task<std::optional<ShellError>> SignRun::signWith(SigningIdentity identity)
@@ -120,10 +147,10 @@ int SignRun::reportNoIdentity(const std::optional<QString>& failure)
     return ExitStatus::failed;
 }
 
-int SignRun::reportFailure(const ShellError& error)
+int SignRun::reportFailure(const QString& reason)
 {
     const bool hasShell = m_session.hasTool(shell);
-    m_complaints += error.description();
+    m_complaints += reason;
     m_report.failed({what(), u"signing"_s, hasShell ? codesign : shell, m_complaints.join(u'\n'),
         m_session.remedy(codesign,
             u"See that “%1” can be written to, and that “vandor identities” lists the "
@@ -131,13 +158,11 @@ int SignRun::reportFailure(const ShellError& error)
     return ExitStatus::failed;
 }
 
-int SignRun::reportSuccess(const SigningIdentity& identity)
+int SignRun::reportSuccess(const SigningIdentity& identity, const AppSignatureStatus& signature)
 {
-    QJsonObject fields{{u"path"_s, path()}, {u"kind"_s, m_subject.kindName()},
-        {u"identity"_s, QJsonObject{{u"sha1"_s, identity.sha1}, {u"name"_s, identity.name}}}};
-    const AppSignatureStatus& status = m_session.manager().appSignatureStatus();
-    if (status.which == AppSignatureStatus::Case::signedBy)
-        fields[u"authority"_s] = status.text;
+    const QJsonObject fields{{u"path"_s, path()}, {u"kind"_s, m_subject.kindName()},
+        {u"identity"_s, QJsonObject{{u"sha1"_s, identity.sha1}, {u"name"_s, identity.name}}},
+        {u"authority"_s, signature.text}};
     m_report.finished(path(), fields);
     return ExitStatus::done;
 }
