@@ -77,6 +77,13 @@ std::string percentEncoded(std::string_view text, bool keepSlashes)
     return encoded;
 }
 
+std::string oneLine(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](unsigned char letter) { return letter < ' ' || letter == 0x7f; }, ' ');
+    return text;
+}
+
 std::string timeText(int64_t secondsSince1970, const char* format)
 {
     const auto seconds = static_cast<std::time_t>(secondsSince1970);

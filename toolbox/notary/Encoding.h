@@ -23,6 +23,9 @@ std::vector<std::byte> hmacSha256(std::span<const std::byte> key, std::string_vi
 /// Every byte but letters, digits and "-._~" as %XX; slashes too unless they are kept.
 std::string percentEncoded(std::string_view text, bool keepSlashes);
 
+/// One line for a terminal, whatever a text from elsewhere brings along.
+std::string oneLine(std::string text);
+
 /// In UTC, by strftime's rules.
 std::string timeText(int64_t secondsSince1970, const char* format);
 

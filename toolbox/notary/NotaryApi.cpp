@@ -42,9 +42,9 @@ Submission submissionFrom(const json& data)
     const json& attributes = data.at("attributes");
     Submission submission;
     submission.id = checkedId(data.at("id").get<std::string>());
-    submission.name = attributes.value("name", "");
-    submission.createdDate = attributes.value("createdDate", "");
-    submission.status = attributes.at("status").get<std::string>();
+    submission.name = oneLine(attributes.value("name", ""));
+    submission.createdDate = oneLine(attributes.value("createdDate", ""));
+    submission.status = oneLine(attributes.at("status").get<std::string>());
     return submission;
 }
 

@@ -7,6 +7,13 @@
 
 namespace notary {
 
+namespace {
+
+/// One that has no verdict after such a time is handed in anew.
+constexpr std::chrono::hours longestSubmission{24};
+
+} // namespace
+
 PublicService::PublicService(const HttpClient& client, Clock& clock, const SubmissionStore& store,
     const CredentialProfile& profile, const UploadSizes& sizes)
     : m_api(client, clock, profile.key, profile.service)
@@ -42,17 +49,18 @@ Submission PublicService::submit(const std::filesystem::path& path,
     return record.submission;
 }
 
-/// The earlier submission of this file, when the service still knows it.
+/// The earlier submission of this file, when the service still knows it as this user's.
 std::optional<Submission> PublicService::goOn(const std::string& sha256)
 try {
-    const auto record = m_store.unfinished(m_profile, sha256);
+    const auto record =
+        m_store.unfinished(m_profile, sha256, serviceDate(m_clock.now() - longestSubmission));
     if (!record)
         return std::nullopt;
     return m_api.submission(record->submission.id);
 } catch (const ServiceError& error) {
-    if (error.status() == 404)
-        return std::nullopt;
-    throw;
+    if (mayPass(error.status()))
+        throw;
+    return std::nullopt;
 }
 
 Submission PublicService::submission(const std::string& id)

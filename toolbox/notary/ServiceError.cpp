@@ -1,8 +1,8 @@
 #include "notary/ServiceError.h"
 
+#include "notary/Encoding.h"
 #include "notary/Retry.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace notary {
@@ -11,12 +11,9 @@ namespace {
 
 constexpr std::size_t longestReason = 300;
 
-std::string oneLine(std::string text)
+std::string shortened(const std::string& text)
 {
-    text.resize(std::min(text.size(), longestReason));
-    std::ranges::replace_if(
-        text, [](unsigned char letter) { return letter < ' ' || letter == 0x7f; }, ' ');
-    return text;
+    return oneLine(text.substr(0, longestReason));
 }
 
 /// What the service says about its refusal, in JSON or as plain text; pages for people are left
@@ -25,7 +22,7 @@ std::string reasonIn(const std::string& body)
 {
     const auto json = nlohmann::json::parse(body, nullptr, false);
     if (json.is_discarded())
-        return body.starts_with('<') ? "" : oneLine(body);
+        return body.starts_with('<') ? "" : shortened(body);
     if (!json.is_object() || !json.contains("errors") || !json["errors"].is_array())
         return "";
     std::string all;
@@ -33,7 +30,7 @@ std::string reasonIn(const std::string& body)
         for (const char* field : {"title", "detail"})
             if (error.is_object() && error.contains(field) && error[field].is_string())
                 all += (all.empty() ? "" : " ") + error[field].get<std::string>();
-    return oneLine(all);
+    return shortened(all);
 }
 
 std::string textFor(const HttpResponse& response)

@@ -57,10 +57,11 @@ std::optional<SubmissionRecord> SubmissionStore::find(const std::string& id) con
 }
 
 std::optional<SubmissionRecord> SubmissionStore::unfinished(
-    const std::string& profile, const std::string& sha256) const
+    const std::string& profile, const std::string& sha256, const std::string& since) const
 {
     for (SubmissionRecord& record : all(profile))
-        if (record.sha256 == sha256 && record.uploaded && !record.submission.isDecided())
+        if (record.sha256 == sha256 && record.uploaded && !record.submission.isDecided()
+            && record.submission.createdDate >= since)
             return std::move(record);
     return std::nullopt;
 }

@@ -29,8 +29,9 @@ public:
     void save(const SubmissionRecord& record) const;
     std::optional<SubmissionRecord> find(const std::string& id) const;
     /// The newest of the same file under the same profile that was uploaded and has no verdict yet.
+    /// Those from before `since`, in the service's form, have no chance of one any more.
     std::optional<SubmissionRecord> unfinished(
-        const std::string& profile, const std::string& sha256) const;
+        const std::string& profile, const std::string& sha256, const std::string& since) const;
     /// The newest first.
     std::vector<SubmissionRecord> all(const std::string& profile) const;
 

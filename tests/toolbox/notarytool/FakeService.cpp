@@ -158,8 +158,7 @@ std::string FakeService::statusAnswer()
     if (statuses.size() > 1)
         statuses.pop_front();
     return json{{"id", id},
-        {"attributes",
-            {{"createdDate", "2022-06-08T01:38:09.498Z"}, {"name", "App.zip"}, {"status", status}}}}
+        {"attributes", {{"createdDate", createdDate}, {"name", "App.zip"}, {"status", status}}}}
         .dump();
 }
 

@@ -2,30 +2,14 @@
 
 #include "../keychain/HttpServer.h"
 #include "../tools/ToolRun.h"
+#include "HandClock.h"
 #include "keychain/PrivateKey.h"
-#include "notary/Clock.h"
 #include "tools/NotaryHost.h"
 
 #include <deque>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
-
-/// A clock that goes on only when somebody waits.
-class HandClock final : public notary::Clock {
-public:
-    Time now() const override { return m_now; }
-    void wait(std::chrono::seconds duration) override { m_now += duration; }
-    std::chrono::seconds waited() const
-    {
-        return std::chrono::duration_cast<std::chrono::seconds>(m_now - start);
-    }
-
-    static constexpr Time start{std::chrono::seconds(1'700'000'000)};
-
-private:
-    Time m_now = start;
-};
 
 /// Plays the notary service and its storage on this host, with faults by the script of a test.
 class FakeService {
@@ -45,6 +29,7 @@ public:
     };
 
     static constexpr const char* id = "2efe2717-52ef-43a5-96dc-0797e4ca1041";
+    static constexpr const char* createdDate = "2023-11-14T22:13:20.498Z"; // by the test's clock
     static constexpr const char* accessKeyId = "ASIAEXAMPLE";
     static constexpr const char* secretKey = "upload-secret";
     static constexpr const char* sessionToken = "upload-token";

@@ -102,7 +102,7 @@ TEST(Notarytool, HistoryAndInfo)
 {
     NotaryTest test;
     test.service.statuses = {"Accepted"};
-    const std::string facts = "createdDate: 2022-06-08T01:38:09.498Z\n";
+    const std::string facts = std::string("createdDate: ") + FakeService::createdDate + "\n";
     EXPECT_EQ(test.run({"history"}).out,
         "Successfully received submission history.\n  history\n"
         "    --------------------------------------------------\n    "

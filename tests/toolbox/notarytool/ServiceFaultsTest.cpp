@@ -134,6 +134,12 @@ TEST(ServiceFaults, ALostSubmissionGoesOnWhereItWas)
     test.service.faults[Call::status] = {{404, ""}};
     test.run({"submit", test.archive()});
     EXPECT_EQ(test.service.count(Call::create), 4);
+    // And one that has been without a verdict for too long.
+    test.run({"submit", test.archive()});
+    EXPECT_EQ(test.service.count(Call::create), 4);
+    test.clock.wait(std::chrono::hours(25));
+    test.run({"submit", test.archive()});
+    EXPECT_EQ(test.service.count(Call::create), 5);
 }
 
 TEST(ServiceFaults, AnUploadThatFailedIsNotTakenForDone)
