@@ -92,7 +92,8 @@ Json ticketContentsOf(const Inspection& findings)
         return {};
     Json all = Json::array();
     for (const InspectedCode& code : findings.code) {
-        Json one{{"path", code.path}, {"digestAlgorithm", "SHA-256"}, {"cdhash", code.hash.hex()}};
+        Json one{{"path", code.path}, {"digestAlgorithm", code.hash.isSha1() ? "SHA-1" : "SHA-256"},
+            {"cdhash", code.hash.hex()}};
         if (!code.architecture.empty())
             one["arch"] = code.architecture;
         all.push_back(std::move(one));

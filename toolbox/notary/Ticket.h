@@ -23,6 +23,8 @@ struct TicketHash {
     std::string hex() const; // of the hash alone
     std::string text() const; // "2/HEX": the kind of the hash and the hash
 
+    bool isSha1() const { return type == static_cast<uint8_t>(codesign::HashType::sha1); }
+
     auto operator<=>(const TicketHash&) const = default;
 
     uint8_t type = 2; // as code directories number them

@@ -59,9 +59,9 @@ public:
 /// What all paths of a call share.
 class Office {
 public:
-    Office()
+    Office(const notary::HttpClient& client, notary::Clock& clock)
         : m_roots(rootsOfUser())
-        , m_tickets(StateFolder::ofUser(StateFolder::Making::whenNeeded).root(), m_client, m_clock)
+        , m_tickets(StateFolder::ofUser(StateFolder::Making::whenNeeded).root(), client, clock)
     { }
 
     /// None when nobody has one. Throws Failure.
@@ -85,8 +85,6 @@ public:
 
 private:
     keychain::TrustedRoots m_roots;
-    notary::HttpClient m_client;
-    notary::SystemClock m_clock;
     notary::TicketOffice m_tickets;
 };
 
@@ -204,7 +202,8 @@ int runOn(
     }
 }
 
-int run(const Action& action, std::span<const std::string> words, std::ostream& out)
+int run(const Action& action, const Office& office, std::span<const std::string> words,
+    std::ostream& out)
 {
     constexpr std::array options{
         Option{"-q"}, Option{"--quiet"}, Option{"-v"}, Option{"--verbose"}};
@@ -212,7 +211,6 @@ int run(const Action& action, std::span<const std::string> words, std::ostream& 
     const bool isQuiet = arguments.has("-q") || arguments.has("--quiet");
     if (arguments.operands().empty())
         throw UsageError("no path given");
-    const Office office;
     int status = statusGood;
     for (const std::string& path : arguments.operands()) {
         std::string report;
@@ -225,16 +223,25 @@ int run(const Action& action, std::span<const std::string> words, std::ostream& 
     return status;
 }
 
+const Action& actionIn(std::span<const std::string> arguments)
+{
+    if (arguments.empty())
+        throw UsageError("no action given");
+    for (const Action& action : actions) {
+        if (arguments.front() == action.word)
+            return action;
+    }
+    throw UsageError("no such action: " + arguments.front());
+}
+
 } // namespace
 
-int stapler(std::span<const std::string> arguments, std::ostream& out, std::ostream& err)
+int stapler(const notary::HttpClient& client, notary::Clock& clock,
+    std::span<const std::string> arguments, std::ostream& out, std::ostream& err)
 {
     try {
-        for (const Action& action : actions) {
-            if (!arguments.empty() && arguments.front() == action.word)
-                return run(action, arguments.subspan(1), out);
-        }
-        throw UsageError(arguments.empty() ? "no action given" : "no such action");
+        const Action& action = actionIn(arguments);
+        return run(action, Office(client, clock), arguments.subspan(1), out);
     } catch (const UsageError& error) {
         err << "stapler: " + std::string(error.what()) + "\n" + usage << std::flush;
         return statusUsage;
@@ -242,6 +249,13 @@ int stapler(std::span<const std::string> arguments, std::ostream& out, std::ostr
         err << "stapler: " + std::string(error.what()) + "\n" << std::flush;
         return statusOutput;
     }
+}
+
+int stapler(std::span<const std::string> arguments, std::ostream& out, std::ostream& err)
+{
+    const notary::HttpClient client;
+    notary::SystemClock clock;
+    return stapler(client, clock, arguments, out, err);
 }
 
 } // namespace tools

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "notary/Clock.h"
+#include "notary/HttpClient.h"
+
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -11,5 +14,9 @@ namespace tools {
 /// well; 64 for a wrong call, 65 without a (good) ticket, 66 for what can't carry one, 68 when the
 /// network fails, 73 when the file can't be written. Never throws.
 int stapler(std::span<const std::string> arguments, std::ostream& out, std::ostream& err);
+
+/// The same with a client and a clock of the caller's.
+int stapler(const notary::HttpClient& client, notary::Clock& clock,
+    std::span<const std::string> arguments, std::ostream& out, std::ostream& err);
 
 } // namespace tools

@@ -3,14 +3,19 @@
 #include "../notarytool/HandClock.h"
 #include "NotaryBench.h"
 #include "notary/ServiceError.h"
+#include "notary/TicketStore.h"
+#include "tools/Spctl.h"
+#include "tools/Stapler.h"
 
-#include <atomic>
 #include <deque>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <sstream>
 
 namespace {
 
+namespace fs = std::filesystem;
 using notary::LookupPolicy;
 using notary::TicketHash;
 using notary::TicketLookup;
@@ -100,6 +105,76 @@ TEST(TicketLookup, SaysWhenThereIsNoSensibleAnswer)
     }
     Service dropped({""});
     EXPECT_THROW(dropped.find({}), notary::NetworkError);
+}
+
+/// A service that knows the ticket of an application, which this host has forgotten.
+struct ForgottenTicket {
+    explicit ForgottenTicket(std::deque<std::string> before)
+        : service((bench.sign(bench.app()), NotaryBench::judge(bench.zip()), std::move(before)))
+    {
+        const notary::TicketStore store(NotaryBench::state());
+        const auto hash = TicketHash::allOf(codesign::StaticCode::read(bench.app())).front();
+        service.answers.push_back(reply(recordWith(store.find(hash).value())));
+        for (const std::string& name : store.folder().names())
+            store.folder().remove(name);
+        store.folder().write("service", service.server.url("") + "\n");
+    }
+
+    static std::string recordWith(const std::vector<std::byte>& ticket)
+    {
+        std::string text(ticket.size() * 4 / 3 + 8, '\0');
+        text.resize(
+            static_cast<std::size_t>(EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
+                reinterpret_cast<const unsigned char*>(ticket.data()),
+                static_cast<int>(ticket.size()))));
+        return R"({"records":[{"fields":{"signedTicket":{"type":"BYTES","value":")" + text
+            + R"("}}}]})";
+    }
+
+    int staple(std::string& said)
+    {
+        std::ostringstream out;
+        std::ostringstream err;
+        const std::vector<std::string> words{"staple", bench.app()};
+        const int status = tools::stapler(service.client, service.clock, words, out, err);
+        said = out.str() + err.str();
+        return status;
+    }
+
+    NotaryBench bench;
+    Service service;
+};
+
+TEST(TicketLookup, ServesStaplingAndAssessment)
+{
+    ForgottenTicket test({reply(notFound), reply(notFound)});
+    std::string said;
+    EXPECT_EQ(test.staple(said), 0) << said;
+    EXPECT_EQ(test.service.clock.waited().count(), 2 + 4);
+    EXPECT_TRUE(fs::exists(test.bench.app() / "Contents/CodeResources"));
+
+    fs::remove(test.bench.app() / "Contents/CodeResources");
+    const Outcome verdict = run(tools::spctl, {"-a", "-v", test.bench.app()});
+    EXPECT_EQ(verdict.status, 0);
+    EXPECT_THAT(verdict.err, testing::HasSubstr("source=Notarized Developer ID\n"));
+}
+
+TEST(TicketLookup, ThatFailsLeavesCodeAsItIs)
+{
+    ForgottenTicket test({""});
+    test.service.answers.resize(1);
+    std::string said;
+    EXPECT_EQ(test.staple(said), 68);
+    EXPECT_THAT(said,
+        testing::AllOf(testing::HasSubstr("\nerror is Error Domain=NSURLErrorDomain Code=-1005"),
+            testing::HasSubstr("\nCloudKit's response is inconsistent with expections: (null)\n"),
+            testing::EndsWith("The staple and validate action failed! Error 68.\n")));
+    EXPECT_FALSE(fs::exists(test.bench.app() / "Contents/CodeResources"));
+    EXPECT_EQ(run(tools::spctl, {"-a", "-v", test.bench.app()}).status, 3);
+
+    // A ticket that nobody known has signed is no ticket, wherever it comes from.
+    test.service.answers = {reply(found)};
+    EXPECT_EQ(test.staple(said), 65);
 }
 
 } // namespace
