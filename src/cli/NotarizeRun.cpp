@@ -51,6 +51,16 @@ QStringList linesOf(QString text)
     return lines;
 }
 
+/// A tool's own words: without those that tell where they are from.
+QString withoutMarks(QString message)
+{
+    for (const QStringView mark : {u"[notarytool]", u"[stapler]", u"[ERR]"}) {
+        if (message.startsWith(mark))
+            message = message.sliced(mark.size()).trimmed();
+    }
+    return message;
+}
+
 bool isComplaint(const QString& line)
 {
     return line.contains("Error"_L1) || line.contains("failed"_L1)
@@ -211,7 +221,7 @@ void NotarizeRun::follow(const QString& text)
         readTranscript(message.sliced(notaryMark.size()));
     else if (message.contains("Retrying (Attempt"_L1))
         m_transcript.clear();
-    for (const QString& line : linesOf(message)) {
+    for (const QString& line : linesOf(withoutMarks(message))) {
         if (isComplaint(line))
             m_complaints += line;
         m_report.progress(line);

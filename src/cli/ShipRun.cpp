@@ -5,6 +5,7 @@
 #include "cli/InnerCommand.h"
 #include "cli/InspectCommand.h"
 #include "cli/NotarizeCommand.h"
+#include "cli/Rehearsal.h"
 #include "cli/SignCommand.h"
 #include "cli/SignatureFacts.h"
 #include "cli/VerifyCommand.h"
@@ -19,14 +20,17 @@ namespace {
 const QString verifyStep = u"verify-image"_s;
 const QString inspectStep = u"inspect-application"_s;
 
-/// Whether asking the service again about the same submission can't change its answer.
-bool isFinal(const QString& said, bool hasResumed)
+/// Whether the service has refused what was submitted.
+bool isRefusal(const QString& said)
 {
-    const bool isJudged =
-        said.contains("status: Invalid"_L1) || said.contains("status: Rejected"_L1);
-    const bool isForgotten =
-        hasResumed && (said.contains("not found"_L1) || said.contains("404"_L1));
-    return isJudged || isForgotten;
+    return said.contains("status: Invalid"_L1) || said.contains("status: Rejected"_L1);
+}
+
+/// Whether the service doesn't know the submission that it was asked about.
+bool isForgotten(const QString& said)
+{
+    return said.contains("not found"_L1) || said.contains("knows no submission"_L1)
+        || said.contains("status code: 404"_L1);
 }
 
 } // namespace
@@ -101,8 +105,7 @@ bool ShipRun::isApplicationReady()
     if (status == ExitStatus::interrupted)
         throw Interrupted();
     // A rehearsal's ticket is good for the rehearsal's profile alone.
-    const bool isRehearsal = m_said.contains("stand-in"_L1, Qt::CaseInsensitive);
-    return status == ExitStatus::done && (!isRehearsal || profile == m_shipment.profile);
+    return status == ExitStatus::done && (!isRehearsal(m_said) || profile == m_shipment.profile);
 }
 
 /// Leaves an image with the application as it is now, signed, notarized and stapled.
@@ -210,11 +213,15 @@ int ShipRun::notarize(ShipStep step, const QString& path, const QString& input)
     if (status == ExitStatus::done) {
         record.output = contentHash(path);
         save(step, record);
-    } else if (isFinal(m_result[u"said"_s].toString(), resumes)) {
+        return status;
+    }
+    const QString said = m_result[u"said"_s].toString();
+    const bool startsOver = resumes && isForgotten(said);
+    if (startsOver || isRefusal(said)) {
         record.submission.clear();
         save(step, record);
     }
-    return status;
+    return startsOver ? notarize(step, path, input) : status;
 }
 
 int ShipRun::run(const QString& name, const Command& command)
@@ -264,7 +271,8 @@ int ShipRun::conclude(int status)
     QJsonObject fields{{u"path"_s, m_shipment.image}, {u"application"_s, m_shipment.application},
         {u"ledger"_s, m_ledger.path()}};
     if (status == ExitStatus::done) {
-        m_report.progress(u"Ready for Distribution!"_s);
+        fields[u"rehearsal"_s] = m_result[u"rehearsal"_s];
+        m_report.progress(readyLine(m_result[u"rehearsal"_s].toBool()));
         m_report.finished(m_shipment.image, fields);
         return status;
     }

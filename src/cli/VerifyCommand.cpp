@@ -2,6 +2,7 @@
 
 #include "cli/CommandReport.h"
 #include "cli/ImageExamination.h"
+#include "cli/Rehearsal.h"
 #include "cli/Subject.h"
 #include "cli/ToolSession.h"
 #include "cli/UsageError.h"
@@ -40,6 +41,7 @@ private:
     CommandReport& m_report;
     QList<Finding> m_findings;
     QString m_authority = u"unknown"_s;
+    bool m_isRehearsal = false;
 };
 
 QCoro::Task<int> Examination::run()
@@ -90,6 +92,7 @@ QCoro::Task<Finding> Examination::grade()
     co_await manager.verify(m_subject.location);
     Finding finding{u"gatekeeper"_s, u"Gatekeeper"_s, Finding::State::failed, manager.logs(),
         u"Sign the image with a Developer ID, then notarize and staple it."_s};
+    m_isRehearsal = isRehearsal(manager.logs());
     switch (manager.authorityState()) {
     case AuthorityState::appleNotarized:
         m_authority = u"appleNotarized"_s;
@@ -121,10 +124,10 @@ int Examination::conclude()
 {
     const bool isReady =
         std::ranges::count(m_findings, Finding::State::failed, &Finding::state) == 0;
-    const QJsonObject fields{
-        {u"path"_s, m_subject.path()}, {u"ready"_s, isReady}, {u"authority"_s, m_authority}};
+    const QJsonObject fields{{u"path"_s, m_subject.path()}, {u"ready"_s, isReady},
+        {u"authority"_s, m_authority}, {u"rehearsal"_s, m_isRehearsal}};
     if (isReady)
-        m_report.finished(u"Ready for Distribution!"_s, fields);
+        m_report.finished(readyLine(m_isRehearsal), fields);
     else
         m_report.objected(u"Not ready for distribution."_s, fields);
     return isReady ? ExitStatus::done : ExitStatus::failed;

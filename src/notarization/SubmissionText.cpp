@@ -10,7 +10,8 @@ using namespace Qt::StringLiterals;
 std::optional<QString> submissionIn(const QString& transcript)
 {
     static const QRegularExpression identifier(
-        u"\\bid: ([0-9A-Fa-f]{8}(?:-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12})\\b"_s);
+        u"(?:Successfully [^\\n]*file|Processing complete)\\s+"
+        "id: ([0-9A-Fa-f]{8}(?:-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12})\\b"_s);
     const QRegularExpressionMatch found = identifier.match(transcript);
     if (!found.hasMatch())
         return std::nullopt;

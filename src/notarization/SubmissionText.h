@@ -5,7 +5,8 @@
 
 #include <optional>
 
-/// The identifier of a submission in what the notary's tool has said so far.
+/// The identifier of a submission in what the notary's tool has said so far, once the service has
+/// the whole file: from then on it lives without the tool.
 std::optional<QString> submissionIn(const QString& transcript);
 
 /// What the service objected to, one line each, from the log of a submission (JSON). Empty when it

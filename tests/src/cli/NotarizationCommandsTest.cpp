@@ -98,7 +98,8 @@ TEST_F(NotarizationCommands, FailWithTheToolsWordsAndARemedy)
         QString remedy; // its beginning
     };
     const QStringList notarizeImage{u"notarize"_s, u"out/My App.dmg"_s, u"--profile"_s, u"p"_s};
-    const QString invalid = u"printf '  id: %1\\n  status: Invalid\\n'"_s.arg(identifier);
+    const QString invalid =
+        u"printf 'Processing complete\\n  id: %1\\n  status: Invalid\\n'"_s.arg(identifier);
     const Row rows[] = {
         {"a refusal, with the service's log", notarizeImage, u"submit"_s, invalid,
             u"the submission"_s, u"/usr/bin/xcrun"_s,

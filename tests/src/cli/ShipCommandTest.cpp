@@ -24,11 +24,11 @@ public:
         signing.answer(u"find-identity"_s,
             u"cat <<'END'\n"_s + identityLine(adaPrint, u"Developer ID Application: Ada (TEAM)"_s)
                 + identityLine(bobPrint, u"Bob"_s) + u"END\n"_s);
-        signing.answer(u"sign"_s, mark(u"signature"_s));
+        letSign();
         signing.answer(u"verify"_s, look(u"signature"_s));
         signing.answer(u"describe"_s, look(u"signature"_s) + u"; echo Timestamp=now"_s);
         signing.answer(u"inspect"_s,
-            u"echo CDHash=5e; echo 'Authority=Developer ID Application: Ada (TEAM)'"_s);
+            u"echo CDHash=5e; echo \"Authority=$(cat '%1')\""_s.arg(path(u"signer"_s)));
         notary.answer(u"staple"_s, mark(u"ticket"_s));
         notary.answer(u"validate"_s, look(u"ticket"_s) + u"; echo 'The validate action worked!'"_s);
         notary.answer(u"install"_s,
@@ -37,6 +37,13 @@ public:
     }
     ~Ship() override { qputenv("HOME", m_home); }
 
+    void letSign() const
+    {
+        signing.answer(u"sign"_s,
+            mark(u"signature"_s)
+                + u"; case \"$*\" in *%1*) echo Bob;; *) echo 'Developer ID Application: Ada "
+                  u"(TEAM)';; esac > '%2'"_s.arg(bobPrint, path(u"signer"_s)));
+    }
     int ship(const QStringList& more = {})
     {
         const QStringList command{u"ship"_s, u"Example.app"_s, u"-o"_s, u"out/Demo.dmg"_s,
@@ -116,8 +123,10 @@ TEST_F(Ship, DoesEverythingOnceAndThenNothing)
 TEST_F(Ship, GoesOnWhereItStopped)
 {
     const QString offline =
-        u"printf '  id: %1\\n'; echo 'Error: the Internet is gone' >&2"_s.arg(identifier);
-    const QString refused = u"printf '  id: %1\\n  status: Invalid\\n'"_s.arg(identifier);
+        u"printf 'Successfully uploaded file\\n  id: %1\\n'; echo 'Error: the Internet is gone' >&2"_s
+            .arg(identifier);
+    const QString refused =
+        u"printf 'Processing complete\\n  id: %1\\n  status: Invalid\\n'"_s.arg(identifier);
     struct Row {
         const char* name;
         std::function<void(const Ship&)> breakIt;
@@ -131,16 +140,23 @@ TEST_F(Ship, GoesOnWhereItStopped)
     const Row rows[] = {
         {"at the first signature",
             [](const Ship& test) { test.signing.answer(u"sign"_s, u"exit 1"_s); },
-            [](const Ship& test) {
-                const Ship whole;
-                QFile::remove(test.path(u"signing/answers/sign"_s));
-                QFile::copy(
-                    whole.path(u"signing/answers/sign"_s), test.path(u"signing/answers/sign"_s));
-            },
-            u"S"_s, u"SSAUTUTB"_s},
+            [](const Ship& test) { test.letSign(); }, u"S"_s, u"SSAUTUTB"_s},
         {"at the first submission, the network gone",
             [&](const Ship& test) { test.notary.answer(u"submit.1"_s, offline); },
             [](const Ship&) {}, u"SAU"_s, u"SWTUTB"_s},
+        {"at the first submission, before the service had it all",
+            [](const Ship& test) {
+                test.notary.answer(u"submit.1"_s,
+                    u"printf 'Submission ID received\\n  id: %1\\n'; echo Error: offline"_s.arg(
+                        identifier));
+            },
+            [](const Ship&) {}, u"SAU"_s, u"SAUTUTB"_s},
+        {"at the first submission, which the service then forgot",
+            [&](const Ship& test) {
+                test.notary.answer(u"submit.1"_s, offline);
+                test.notary.answer(u"wait"_s, u"echo 'Error: submission not found' >&2"_s);
+            },
+            [](const Ship&) {}, u"SAU"_s, u"SWAUTUTB"_s},
         {"at the first submission, refused",
             [&](const Ship& test) { test.notary.answer(u"submit.1"_s, refused); },
             [](const Ship&) {}, u"SAU"_s, u"SAUTUTB"_s},

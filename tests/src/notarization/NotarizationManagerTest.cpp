@@ -35,7 +35,8 @@ TEST_F(NotarizationManagerTest, TakesAnImageToItsEnd)
         u"[ERR] /out/My App 1.0.dmg: accepted\nsource=Notarized Developer ID\n\n"_s;
     EXPECT_EQ(manager->logs(),
         start
-            + u"[notarytool]   id: 2efe2717-52ef-43a5-96dc-0797e4ca1041\n  status: Accepted\n\n"
+            + u"[notarytool] Processing complete\n  id: 2efe2717-52ef-43a5-96dc-0797e4ca1041\n  "
+              u"status: Accepted\n\n"
               u"✅ Notarization Accepted!\nStapling ticket to DMG...\n"
               u"[stapler] The staple and validate action worked!\n\n"
               u"✅ Stapling Successful!\nRunning Gatekeeper verification...\n"

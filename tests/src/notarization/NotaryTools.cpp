@@ -29,7 +29,8 @@ for answer in "$request.$number" "$request"; do
     if [ -f "$records/answers/$answer" ]; then . "$records/answers/$answer"; exit; fi
 done
 case "$request" in
-submit | wait) printf '  id: 2efe2717-52ef-43a5-96dc-0797e4ca1041\n  status: Accepted\n' ;;
+submit | wait)
+    printf 'Processing complete\n  id: 2efe2717-52ef-43a5-96dc-0797e4ca1041\n  status: Accepted\n' ;;
 history) echo 'Successfully received submission history.' ;;
 staple) echo 'The staple and validate action worked!' ;;
 validate) echo 'The validate action worked!' ;;
