@@ -102,8 +102,8 @@ QCoro::Task<int> Action::store(Credentials credentials)
         co_await ::store(m_session.tools(), credentials);
     } catch (const NotaryError& error) {
         co_return fail(step, error.description(),
-            u"See that the account, team and password, or the key, its id and its issuer, belong "
-            u"together."_s);
+            u"See that the network is there, and that the account, team and password, or the key, "
+            u"its id and its issuer, belong together."_s);
     } catch (const LaunchError& error) {
         co_return fail(step, QString::fromUtf8(error.what()), {});
     }
