@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <getopt.h>
 #include <ostream>
 #include <system_error>
@@ -58,7 +59,7 @@ Call readCall(std::span<const std::string> words)
     constexpr std::array<option, 7> options{{
         {"assess", no_argument, nullptr, 'a'},
         {"type", required_argument, nullptr, 't'},
-        {"verbose", no_argument, nullptr, 'v'},
+        {"verbose", optional_argument, nullptr, 'v'},
         {"context", required_argument, nullptr, contextOption},
         {"ignore-cache", no_argument, nullptr, ignoredOption},
         {"no-cache", no_argument, nullptr, ignoredOption},
@@ -85,12 +86,13 @@ Call readCall(std::span<const std::string> words)
         else if (letter == 't')
             type = optarg;
         else if (letter == 'v')
-            ++call.verbosity;
+            call.verbosity = optarg != nullptr ? std::atoi(optarg) : call.verbosity + 1;
         else if (letter == contextOption)
             byOwnSignature |= std::string_view(optarg).starts_with(ownSignature);
         else if (letter != ignoredOption)
-            throw UsageError("not supported on this host: "
-                + std::string(raw[static_cast<std::size_t>(optind - 1)]));
+            throw UsageError("not supported on this host, or without its value: "
+                + (optopt >= 'A' ? std::string("-") + static_cast<char>(optopt)
+                                 : std::string(raw[static_cast<std::size_t>(optind) - 1])));
     }
     call.paths.assign(raw.begin() + optind, raw.end() - 1);
     if (!assess)
