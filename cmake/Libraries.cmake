@@ -2,7 +2,7 @@
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Svg Widgets)
 find_package(QCoro6 REQUIRED COMPONENTS Core)
 find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)

@@ -44,14 +44,14 @@ void BuildManager::startBuild(const DMGConfig& job)
 
     m_buildTask = std::make_shared<Cancellation>();
     const QPointer<BuildManager> self(this);
-    const DMGGenerator::Progress progress = [self](const QString& message) {
-        if (self)
+    const DMGGenerator::Progress progress = [self, project = m_project](const QString& message) {
+        if (self && self->m_project == project)
             self->log(message);
     };
-    run(self, m_generator.createDMG(job, progress, m_buildTask));
+    run(self, m_project, m_generator.createDMG(job, progress, m_buildTask));
 }
 
-QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, QCoro::Task<> build)
+QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, int project, QCoro::Task<> build)
 {
     std::exception_ptr failure;
     try {
@@ -60,8 +60,8 @@ QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, QCoro::Task<> bu
         failure = std::current_exception();
     }
     // Progress still on its way comes first.
-    MainQueue::post([manager, failure] {
-        if (manager)
+    MainQueue::post([manager, project, failure] {
+        if (manager && manager->m_project == project)
             manager->finish(failure);
     });
 }
@@ -90,6 +90,17 @@ void BuildManager::cancel()
         return;
     log(u"\nCancelling..."_s);
     m_buildTask->request();
+}
+
+void BuildManager::clear()
+{
+    ++m_project;
+    m_buildTask.reset();
+    setStatus(BuildStatus::idle());
+    if (m_logs.isEmpty())
+        return;
+    m_logs.clear();
+    emit logsChanged();
 }
 
 void BuildManager::log(const QString& message)

@@ -29,6 +29,8 @@ public:
     /// Asks the running build to cut its waits short; it ends as `cancelled` if a step then fails.
     void cancel();
     void log(const QString& message);
+    /// For a new project: as at first. A build that is still under way goes on unheard.
+    void clear();
 
 signals:
     void statusChanged();
@@ -37,13 +39,14 @@ signals:
     void messageLogged(const QString& message);
 
 private:
-    static QCoro::Task<> run(QPointer<BuildManager> manager, QCoro::Task<> build);
+    static QCoro::Task<> run(QPointer<BuildManager> manager, int project, QCoro::Task<> build);
     void finish(std::exception_ptr failure);
     void setStatus(const BuildStatus& status);
 
     BuildStatus m_status;
     QString m_logs;
     CancellationHandle m_buildTask;
+    int m_project = 0; // grows with every `clear`
     Clock& m_clock;
     SettingsManager& m_settings;
     DMGGenerator m_generator;

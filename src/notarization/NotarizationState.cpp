@@ -30,6 +30,11 @@ void NotarizationState::clear()
 void NotarizationState::begin()
 {
     setSuccess(false);
+    clearLogs();
+}
+
+void NotarizationState::clearLogs()
+{
     publish(m_logs, {}, &NotarizationState::logsChanged);
 }
 

@@ -29,6 +29,9 @@ public:
 
     /// For the runs: adds to the log.
     void append(const QString& text);
+    /// What somebody else has found out of the application or image.
+    void setNotarizationSuccess(bool value) { setSuccess(value); }
+    void clearLogs();
     /// Tells projects apart: grows with every `clear`.
     int project() const { return m_project; }
     /// For a new project: as at first, but for the profile. A run that is still under way goes on

@@ -108,6 +108,7 @@ QCoro::Task<> SigningManager::signDMG(QUrl image, SigningIdentity identity)
     if (m_isSigning)
         co_return;
     const QPointer<SigningManager> self(this);
+    const int project = m_project;
     const QString path = pathOf(image);
     publish(m_isSigning, true, &SigningManager::isSigningChanged);
     publish(m_signSuccess, false, &SigningManager::signSuccessChanged);
@@ -117,7 +118,7 @@ QCoro::Task<> SigningManager::signDMG(QUrl image, SigningIdentity identity)
     const std::optional<ShellError> failure =
         co_await signAndVerify(self, m_host.shell, CodesignCommands::signImage(identity.sha1, path),
             CodesignCommands::verify(path), imageLog, u"Verifying signature...\n"_s);
-    if (self) {
+    if (self && m_project == project) {
         if (!failure) {
             append(imageLog, u"✅ Signing Successful!\n"_s);
             publish(m_signSuccess, true, &SigningManager::signSuccessChanged);
@@ -194,6 +195,24 @@ QCoro::Task<> SigningManager::checkAppSignature(QUrl application)
     publish(m_appSignatureStatus, finding.status, &SigningManager::appSignatureStatusChanged);
     append(appLog, finding.message + u'\n');
     publish(m_isScanning, false, &SigningManager::isScanningChanged);
+}
+
+void SigningManager::setAppSignatureStatus(const AppSignatureStatus& status)
+{
+    publish(m_appSignatureStatus, status, &SigningManager::appSignatureStatusChanged);
+}
+
+void SigningManager::setAppSigningLogs(const QString& text)
+{
+    publish(m_appSigningLogs, text, &SigningManager::appSigningLogsChanged);
+}
+
+void SigningManager::clear()
+{
+    ++m_project;
+    begin(imageLog, {});
+    publish(m_isSigning, false, &SigningManager::isSigningChanged);
+    publish(m_signSuccess, false, &SigningManager::signSuccessChanged);
 }
 
 /// Replaces a log.

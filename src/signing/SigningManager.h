@@ -73,6 +73,12 @@ public:
     QCoro::Task<std::optional<ShellError>> signApp(QUrl application, SigningIdentity identity);
     /// Tells what signature an application has, in `appSignatureStatus`. Never throws.
     QCoro::Task<> checkAppSignature(QUrl application);
+    /// What somebody else has found out of the application.
+    void setAppSignatureStatus(const AppSignatureStatus& status);
+    void setAppSigningLogs(const QString& text);
+    /// For a new project: no image has been signed yet. What is being signed goes on unheard but
+    /// for its log.
+    void clear();
 
 signals:
     void identitiesChanged();
@@ -114,6 +120,7 @@ private:
     bool m_isSigning = false;
     QString m_logs;
     bool m_signSuccess = false;
+    int m_project = 0; // grows with every `clear`
     AppSignatureStatus m_appSignatureStatus;
     QString m_appSigningLogs;
     bool m_isAppSigning = false;

@@ -1,0 +1,91 @@
+#include "app/MainWindow.h"
+
+#include "model/SettingsManager.h"
+#include "views/Buttons.h"
+#include "views/Labels.h"
+#include "views/Sheet.h"
+#include "views/Symbol.h"
+#include "wizard/WizardView.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QMenuBar>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QUrl supportPage(u"https://vandor-dmg.example/help"_s);
+
+} // namespace
+
+MainWindow::MainWindow(WizardHost host, SettingsManager& settings, QWidget* parent)
+    : QMainWindow(parent)
+{
+    setWindowTitle(u"Vandor DMG"_s);
+    setMinimumSize(1100, 800);
+    makeMenus(settings, host.openSettings);
+    m_wizard = new WizardView(std::move(host));
+    setCentralWidget(m_wizard);
+}
+
+void MainWindow::makeMenus(SettingsManager& settings, std::function<void()> openSettings)
+{
+    QMenu* file = menuBar()->addMenu(u"&File"_s);
+    file->addAction(u"New Project"_s, QKeySequence::New, this, [this] { m_wizard->reset(); });
+    QAction* preferences =
+        file->addAction(u"Settings..."_s, QKeySequence::Preferences, this, std::move(openSettings));
+    preferences->setMenuRole(QAction::PreferencesRole);
+    file->addSeparator();
+    QAction* quit = file->addAction(u"Quit"_s, QKeySequence::Quit, this, &QWidget::close);
+    quit->setMenuRole(QAction::QuitRole);
+
+    QMenu* help = menuBar()->addMenu(u"&Help"_s);
+    help->addAction(u"Vandor DMG Help"_s, QKeySequence::HelpContents, this,
+        [] { QDesktopServices::openUrl(supportPage); });
+    QAction* about = help->addAction(u"About Vandor DMG"_s, this,
+        [&settings] { settings.openSettings(SettingsSection::about); });
+    about->setMenuRole(QAction::AboutRole);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (m_mayClose || !m_wizard->isBusy()) {
+        event->accept();
+        return;
+    }
+    event->ignore();
+    askToClose();
+}
+
+void MainWindow::askToClose()
+{
+    if (findChild<Sheet*>() != nullptr)
+        return;
+    auto* sheet = new Sheet(u"Close while work runs?"_s, this);
+    sheet->add(new SymbolLabel(u"exclamationmark.triangle.fill"_s, Theme::Colour::orange, 36),
+        Qt::AlignHCenter);
+    sheet->add(makeLabel(u"Close while work runs?"_s, Theme::Type::headline), Qt::AlignHCenter);
+    QLabel* text = makeLabel(
+        u"A build, a signing or a notarization is under way. What it has done so far is lost."_s,
+        Theme::Type::body, Theme::Colour::secondary);
+    text->setWordWrap(true);
+    text->setAlignment(Qt::AlignHCenter);
+    sheet->add(text);
+    auto* buttons = new QHBoxLayout;
+    QPushButton* leave = makeButton(u"Close Anyway"_s, ButtonKind::destructive);
+    QPushButton* stay = makeButton(u"Keep Working"_s, ButtonKind::primary);
+    buttons->addWidget(leave);
+    buttons->addStretch();
+    buttons->addWidget(stay);
+    sheet->add(buttons);
+    connect(stay, &QPushButton::clicked, sheet, &Sheet::dismiss);
+    connect(sheet, &Sheet::escaped, sheet, &Sheet::dismiss);
+    connect(leave, &QPushButton::clicked, this, [this] {
+        m_mayClose = true;
+        close();
+    });
+    sheet->present();
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QMainWindow>
+
+#include <functional>
+
+class SettingsManager;
+class WizardView;
+struct WizardHost;
+
+/// The main window: the wizard, and the menu's commands.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    /// `settings` outlives this window.
+    MainWindow(WizardHost host, SettingsManager& settings, QWidget* parent = nullptr);
+
+    WizardView& wizard() { return *m_wizard; }
+
+protected:
+    /// Asks first while work runs.
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void makeMenus(SettingsManager& settings, std::function<void()> openSettings);
+    void askToClose();
+
+    WizardView* m_wizard;
+    bool m_mayClose = false;
+};

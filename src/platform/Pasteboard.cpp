@@ -1,0 +1,9 @@
+#include "platform/Pasteboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+void Pasteboard::copy(const QString& text)
+{
+    QGuiApplication::clipboard()->setText(text);
+}

@@ -1,0 +1,142 @@
+#include "views/AppSigningView.h"
+
+#include "model/ConfigWrapper.h"
+#include "signing/SigningManager.h"
+#include "views/Buttons.h"
+#include "views/Card.h"
+#include "views/IdentityPicker.h"
+#include "views/Labels.h"
+#include "views/LogView.h"
+#include "views/StatusBadge.h"
+
+#include <QHBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Badge {
+    QString text;
+    QColor colour;
+};
+
+Badge badgeOf(const AppSignatureStatus& status)
+{
+    using Case = AppSignatureStatus::Case;
+    switch (status.which) {
+    case Case::signedBy:
+        return {u"Signed"_s + (status.text.isEmpty() ? QString() : u" · "_s + status.text),
+            Theme::Colour::green};
+    case Case::invalid:
+        return {u"Invalid: "_s + status.text, Theme::Colour::orange};
+    case Case::unknown:
+        return {u"Unknown"_s, Theme::Colour::secondary};
+    case Case::unsignedCode:
+        return {u"Unsigned / Invalid"_s, Theme::Colour::red};
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace
+
+AppSigningView::AppSigningView(ConfigWrapper& job, SigningManager& signing,
+    KeychainPrimerSheet::Host keychain, QWidget* parent)
+    : StepView(parent)
+    , m_job(job)
+    , m_signing(signing)
+    , m_keychain(keychain)
+    , m_keychainManager(keychain.probe)
+{
+    content()->addWidget(new SectionHeader(u"Pre-Flight App Signing"_s,
+        u"Inspect your source application and ensure it uses a hardened runtime before building."_s));
+    content()->addWidget(makeStatusCard());
+    content()->addWidget(makeSigningCard());
+    auto* logs = new Card(u"Inspection Logs"_s);
+    m_logs = new LogView(u"Inspection Logs"_s);
+    logs->add(m_logs);
+    content()->addWidget(logs, 1);
+    setEmptyPage(new EmptyState(u"app.dashed"_s, u"No App Bundle Selected"_s,
+        u"Select a valid application in the Assets step to enable signing."_s));
+
+    connect(&m_job, &ConfigWrapper::configChanged, this, &AppSigningView::refresh);
+    connect(&m_job, &ConfigWrapper::appURLChanged, this, &AppSigningView::inspect);
+    connect(&m_signing, &SigningManager::appSignatureStatusChanged, this, &AppSigningView::refresh);
+    connect(&m_signing, &SigningManager::appSigningLogsChanged, this, &AppSigningView::refresh);
+    connect(&m_signing, &SigningManager::isAppSigningChanged, this, &AppSigningView::refresh);
+    refresh();
+}
+
+QWidget* AppSigningView::makeStatusCard()
+{
+    auto* card = new Card(u"Signature"_s);
+    auto* row = new QHBoxLayout;
+    m_badge = new StatusBadge;
+    row->addWidget(m_badge, 1);
+    QPushButton* rescan = makeButton(u"Re-Scan"_s, ButtonKind::secondary, u"arrow.clockwise"_s);
+    connect(rescan, &QPushButton::clicked, this, &AppSigningView::inspect);
+    row->addWidget(rescan);
+    card->add(row);
+    return card;
+}
+
+QWidget* AppSigningView::makeSigningCard()
+{
+    auto* card = new Card(u"Signing Identity"_s);
+    auto* row = new QHBoxLayout;
+    m_identities = new IdentityPicker(m_signing);
+    row->addWidget(m_identities, 1);
+    m_sign =
+        new BusyButton(u"Sign App Bundle && Enable Hardened Runtime"_s, u"pencil.and.outline"_s);
+    m_sign->setAccessibleName(u"Sign App Bundle & Enable Hardened Runtime"_s);
+    connect(m_sign, &QPushButton::clicked, this, &AppSigningView::sign);
+    row->addWidget(m_sign);
+    card->add(row);
+    return card;
+}
+
+void AppSigningView::refresh()
+{
+    showContent(m_job.config().appURL.has_value());
+    const Badge badge = badgeOf(m_signing.appSignatureStatus());
+    m_badge->setStatus(badge.text, badge.colour);
+    m_logs->setLog(m_signing.appSigningLogs());
+    m_sign->setBusy(m_signing.isAppSigning());
+}
+
+void AppSigningView::inspect()
+{
+    if (const std::optional<QUrl> application = m_job.config().appURL)
+        m_signing.checkAppSignature(*application);
+}
+
+void AppSigningView::sign()
+{
+    if (m_job.config().appURL && m_identities->selectedIdentity())
+        probeAndSign(this);
+}
+
+QCoro::Task<> AppSigningView::probeAndSign(QPointer<AppSigningView> self)
+{
+    const bool hasAccess = co_await self->m_keychainManager.checkAccess();
+    if (!self)
+        co_return;
+    if (hasAccess) {
+        self->signNow();
+        co_return;
+    }
+    auto* sheet = new KeychainPrimerSheet(self->m_keychain, self, [self] {
+        if (self)
+            self->signNow();
+    });
+    sheet->present();
+}
+
+void AppSigningView::signNow()
+{
+    const std::optional<QUrl> application = m_job.config().appURL;
+    const std::optional<SigningIdentity> identity = m_identities->selectedIdentity();
+    if (!application || !identity)
+        return;
+    m_signing.selectIdentity(identity);
+    m_signing.signApp(*application, *identity);
+}

@@ -1,0 +1,181 @@
+#include "views/BuildView.h"
+
+#include "build/BuildManager.h"
+#include "build/OutputName.h"
+#include "model/ConfigWrapper.h"
+#include "model/SettingsManager.h"
+#include "platform/Clock.h"
+#include "views/Buttons.h"
+#include "views/Card.h"
+#include "views/FilePicker.h"
+#include "views/ImageRow.h"
+#include "views/Labels.h"
+#include "views/LogView.h"
+#include "views/Symbol.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QProgressBar>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString expandTilde(const QString& path)
+{
+    if (path == "~"_L1 || path.startsWith("~/"_L1))
+        return QDir::homePath() + path.sliced(1);
+    return path;
+}
+
+} // namespace
+
+BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsManager& settings,
+    const Clock& clock, Actions actions, QWidget* parent)
+    : QWidget(parent)
+    , m_job(job)
+    , m_manager(manager)
+    , m_settings(settings)
+    , m_clock(clock)
+    , m_logs(new LogView(u"Build Log"_s))
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(
+        Theme::Space::page, Theme::Space::page, Theme::Space::page, Theme::Space::medium);
+    layout->setSpacing(Theme::Space::large);
+    layout->addWidget(new SectionHeader(
+        u"Build & Progress"_s, u"Monitor the creation process and review build logs."_s));
+    layout->addWidget(makeJobCard());
+    m_error = makeErrorCard();
+    layout->addWidget(m_error);
+    m_completion = makeCompletionCard(actions);
+    layout->addWidget(m_completion);
+    auto* logs = new Card(u"Build Log"_s);
+    logs->add(m_logs);
+    layout->addWidget(logs, 1);
+
+    connect(&m_job, &ConfigWrapper::configChanged, this, &BuildView::refresh);
+    connect(&m_manager, &BuildManager::statusChanged, this, &BuildView::refresh);
+    connect(&m_manager, &BuildManager::logsChanged, this, &BuildView::refresh);
+    connect(&m_manager, &BuildManager::messageLogged, this, &BuildView::followStep);
+    refresh();
+}
+
+QWidget* BuildView::makeJobCard()
+{
+    auto* card = new Card;
+    auto* row = new QHBoxLayout;
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(Theme::Space::tight);
+    texts->addWidget(
+        makeLabel(u"Ready to package:"_s, Theme::Type::caption, Theme::Colour::secondary));
+    m_application = makeLabel({}, Theme::Type::headline);
+    texts->addWidget(m_application);
+    row->addLayout(texts, 1);
+    m_build = makeButton(u"Build DMG"_s, ButtonKind::primary, u"hammer"_s);
+    connect(m_build, &QPushButton::clicked, this, &BuildView::chooseOutput);
+    row->addWidget(m_build);
+    m_cancel = makeButton(u"Cancel Build"_s, ButtonKind::destructive);
+    connect(m_cancel, &QPushButton::clicked, &m_manager, &BuildManager::cancel);
+    row->addWidget(m_cancel);
+    card->add(row);
+
+    m_progress = new QWidget;
+    auto* progress = new QVBoxLayout(m_progress);
+    progress->setContentsMargins(0, 0, 0, 0);
+    auto* bar = new QProgressBar;
+    bar->setRange(0, 0);
+    bar->setTextVisible(false);
+    bar->setAccessibleName(u"Build progress"_s);
+    progress->addWidget(bar);
+    m_step = makeLabel({}, Theme::Type::caption, Theme::Colour::secondary);
+    progress->addWidget(m_step);
+    card->add(m_progress);
+    return card;
+}
+
+QWidget* BuildView::makeErrorCard()
+{
+    auto* card = new Card;
+    auto* heading = new QHBoxLayout;
+    heading->addWidget(new SymbolLabel(u"exclamationmark.triangle.fill"_s, Theme::Colour::red, 22));
+    heading->addWidget(makeLabel(u"Error"_s, Theme::Type::headline, Theme::Colour::red), 1);
+    card->add(heading);
+    m_errorText = makeLabel({}, Theme::Type::body);
+    m_errorText->setWordWrap(true);
+    m_errorText->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    card->add(m_errorText);
+    return card;
+}
+
+QWidget* BuildView::makeCompletionCard(const Actions& actions)
+{
+    auto* card = new Card;
+    auto* heading = new QHBoxLayout;
+    heading->setSpacing(Theme::Space::medium);
+    heading->addWidget(new SymbolLabel(u"checkmark.circle.fill"_s, Theme::Colour::green, 34));
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(0);
+    texts->addWidget(makeLabel(u"DMG Created Successfully!"_s, Theme::Type::headline));
+    texts->addWidget(new HelperText(u"Build Another or View Logs"_s));
+    heading->addLayout(texts, 1);
+    card->add(heading);
+    card->add(new ImageRow(m_job));
+
+    auto* buttons = new QHBoxLayout;
+    QPushButton* open = makeButton(u"Open Folder"_s, ButtonKind::secondary, u"folder"_s);
+    connect(open, &QPushButton::clicked, this, &BuildView::openFolder);
+    QPushButton* anew = makeButton(u"New Project"_s);
+    connect(anew, &QPushButton::clicked, this, actions.startAnew);
+    QPushButton* goOn = makeButton(u"Continue to Signing"_s, ButtonKind::primary, u"signature"_s);
+    connect(goOn, &QPushButton::clicked, this, actions.goOn);
+    buttons->addWidget(open);
+    buttons->addWidget(anew);
+    buttons->addStretch();
+    buttons->addWidget(goOn);
+    card->add(buttons);
+    return card;
+}
+
+void BuildView::refresh()
+{
+    using Case = BuildStatus::Case;
+    const BuildStatus& status = m_manager.status();
+    const std::optional<QUrl>& application = m_job.config().appURL;
+    m_application->setText(
+        application ? QFileInfo(application->toLocalFile()).fileName() : u"No App Selected"_s);
+    m_build->setVisible(!status.isBuilding());
+    m_cancel->setVisible(status.isBuilding());
+    m_progress->setVisible(status.isBuilding());
+    m_error->setVisible(status.which == Case::failed);
+    m_errorText->setText(status.text.isEmpty() ? u"Unknown Error"_s : status.text);
+    m_completion->setVisible(status.which == Case::success);
+    m_logs->setLog(m_manager.logs());
+}
+
+void BuildView::followStep(const QString& message)
+{
+    m_step->setText(message.trimmed());
+}
+
+void BuildView::chooseOutput()
+{
+    if (m_manager.status().isBuilding())
+        return;
+    const FilePicker::SaveRequest request{u"Save Disk Image"_s,
+        expandTilde(m_settings.defaultOutputDirectory()),
+        proposedOutputName(m_settings.namingTemplate(), m_job.config(), m_clock.now()),
+        {u"Disk Image"_s, u"dmg"_s}};
+    FilePicker::save(this, request, [this](const QUrl& location) {
+        m_job.edit([&](DMGConfig& config) { config.outputURL = location; });
+        m_manager.startBuild(m_job.config());
+    });
+}
+
+void BuildView::openFolder()
+{
+    if (const std::optional<QUrl>& image = m_job.config().outputURL)
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(image->toLocalFile()).path()));
+}

@@ -1,0 +1,118 @@
+#include "views/Buttons.h"
+
+#include "views/Symbol.h"
+#include "views/Theme.h"
+
+#include <QPainter>
+#include <QTimerEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString nameOf(ButtonKind kind)
+{
+    switch (kind) {
+    case ButtonKind::primary:
+        return u"primary"_s;
+    case ButtonKind::secondary:
+        return u"secondary"_s;
+    case ButtonKind::destructive:
+        return u"destructive"_s;
+    case ButtonKind::plain:
+        return u"plain"_s;
+    }
+    Q_UNREACHABLE();
+}
+
+QColor inkOf(ButtonKind kind)
+{
+    if (kind == ButtonKind::primary)
+        return Qt::white;
+    return kind == ButtonKind::destructive ? Theme::Colour::red : Theme::Colour::text;
+}
+
+void dress(QPushButton& button, ButtonKind kind, const QString& symbol)
+{
+    button.setProperty("kind", nameOf(kind));
+    button.setCursor(Qt::PointingHandCursor);
+    button.setAutoDefault(false);
+    if (!symbol.isEmpty())
+        button.setIcon(Symbol::icon(symbol, inkOf(kind)));
+}
+
+} // namespace
+
+QPushButton* makeButton(
+    const QString& text, ButtonKind kind, const QString& symbol, QWidget* parent)
+{
+    auto* button = new QPushButton(text, parent);
+    dress(*button, kind, symbol);
+    return button;
+}
+
+SymbolButton::SymbolButton(const QString& symbol, const QString& purpose, QWidget* parent)
+    : QPushButton(parent)
+{
+    dress(*this, ButtonKind::plain, symbol);
+    setToolTip(purpose);
+    setAccessibleName(purpose);
+}
+
+BusyButton::BusyButton(const QString& text, const QString& symbol, QWidget* parent)
+    : QPushButton(text, parent)
+    , m_text(text)
+{
+    dress(*this, ButtonKind::primary, symbol);
+    m_icon = icon();
+    setAccessibleName(text);
+}
+
+QSize BusyButton::sizeHint() const
+{
+    // As wide as with its text, so that nothing moves when work begins.
+    const QSize now = QPushButton::sizeHint();
+    const int wanted = fontMetrics().horizontalAdvance(m_text) + 68;
+    return {qMax(now.width(), wanted), now.height()};
+}
+
+void BusyButton::setBusy(bool busy, const QString& text)
+{
+    setText(busy ? text : m_text);
+    setIcon(busy ? QIcon() : m_icon);
+    if (busy == m_busy)
+        return;
+    m_busy = busy;
+    if (busy && Theme::motion(*this) > 0) {
+        constexpr int frame = 40; // milliseconds
+        m_timer = startTimer(frame);
+    } else if (m_timer != 0) {
+        killTimer(m_timer);
+        m_timer = 0;
+    }
+    update();
+}
+
+void BusyButton::timerEvent(QTimerEvent*)
+{
+    m_turn = (m_turn + 15) % 360;
+    update();
+}
+
+void BusyButton::paintEvent(QPaintEvent* event)
+{
+    QPushButton::paintEvent(event);
+    if (!m_busy)
+        return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    constexpr double edge = 14;
+    const double middle = text().isEmpty()
+        ? width() / 2.0
+        : (width() - fontMetrics().horizontalAdvance(text())) / 2.0 - edge;
+    const QRectF ring(middle - edge / 2, (height() - edge) / 2.0, edge, edge);
+    painter.setPen(QPen(QColor(255, 255, 255, 70), 2));
+    painter.drawEllipse(ring);
+    painter.setPen(QPen(Qt::white, 2, Qt::SolidLine, Qt::RoundCap));
+    painter.drawArc(ring, -m_turn * 16, 90 * 16);
+}

@@ -1,0 +1,63 @@
+#include "views/IdentityPicker.h"
+
+#include "platform/MainQueue.h"
+#include "signing/SigningManager.h"
+
+#include <QPointer>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+IdentityPicker::IdentityPicker(SigningManager& manager, QWidget* parent)
+    : QComboBox(parent)
+    , m_manager(manager)
+{
+    setAccessibleName(u"Signing Identity"_s);
+    setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    setMinimumContentsLength(24);
+    connect(&manager, &SigningManager::identitiesChanged, this, &IdentityPicker::takeUpList);
+    connect(this, &QComboBox::activated, this, &IdentityPicker::choose);
+    fill();
+}
+
+void IdentityPicker::showEvent(QShowEvent* event)
+{
+    QComboBox::showEvent(event);
+    if (!m_manager.identities().isEmpty())
+        return;
+    MainQueue::post([manager = QPointer(&m_manager)] {
+        if (manager)
+            manager->fetchIdentities();
+    });
+}
+
+void IdentityPicker::takeUpList()
+{
+    const QList<SigningIdentity>& list = m_manager.identities();
+    const std::optional<QString> active = m_manager.activeIdentitySHA1();
+    const auto found = std::ranges::find_if(
+        list, [&](const SigningIdentity& each) { return each.sha1 == active; });
+    if (found != list.end())
+        m_selected = *found;
+    fill();
+}
+
+void IdentityPicker::fill()
+{
+    clear();
+    addItem(u"Select Identity"_s);
+    for (const SigningIdentity& each : m_manager.identities()) {
+        addItem(each.name, each.sha1);
+        if (m_selected && each.sha1 == m_selected->sha1)
+            setCurrentIndex(count() - 1);
+    }
+}
+
+void IdentityPicker::choose(int index)
+{
+    m_selected.reset();
+    if (index > 0 && index <= m_manager.identities().size())
+        m_selected = m_manager.identities()[index - 1];
+    emit identityChosen(m_selected);
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "views/StepView.h"
+
+class BusyButton;
+class ConfigWrapper;
+class LogView;
+class NotarizationManager;
+class QLineEdit;
+class StatusBadge;
+
+/// The step in which the finished image is notarized.
+class NotarizationView : public StepView {
+    Q_OBJECT
+public:
+    /// Both outlive this widget.
+    NotarizationView(ConfigWrapper& job, NotarizationManager& manager, QWidget* parent = nullptr);
+
+private:
+    void refresh();
+    void notarize();
+
+    ConfigWrapper& m_job;
+    NotarizationManager& m_manager;
+    StatusBadge* m_status;
+    QLineEdit* m_profile;
+    LogView* m_logs;
+    BusyButton* m_start;
+};

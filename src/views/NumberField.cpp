@@ -1,0 +1,65 @@
+#include "views/NumberField.h"
+
+#include <QLocale>
+
+#include <cmath>
+
+NumberField::NumberField(const QString& name, Kind kind, QWidget* parent)
+    : QLineEdit(parent)
+    , m_kind(kind)
+{
+    setAccessibleName(name);
+    setAlignment(Qt::AlignRight);
+    setMinimumWidth(64);
+    setMaximumWidth(110);
+    setText(textOf(0));
+    connect(this, &QLineEdit::textEdited, this, &NumberField::follow);
+    connect(this, &QLineEdit::editingFinished, this, &NumberField::settle);
+}
+
+void NumberField::setNumber(double number)
+{
+    m_number = number;
+    const bool isBeingTyped = hasFocus() && isModified();
+    if (!isBeingTyped)
+        setText(textOf(number));
+}
+
+std::optional<double> NumberField::typedNumber() const
+{
+    bool isNumber = false;
+    if (m_kind == Kind::integer) {
+        const qlonglong value = locale().toLongLong(text().trimmed(), &isNumber);
+        if (isNumber)
+            return static_cast<double>(value);
+        return std::nullopt;
+    }
+    const double value = locale().toDouble(text().trimmed(), &isNumber);
+    return isNumber && std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
+void NumberField::follow()
+{
+    const std::optional<double> typed = typedNumber();
+    if (!typed || *typed == m_number)
+        return;
+    m_number = *typed;
+    emit numberEdited(m_number);
+}
+
+void NumberField::settle()
+{
+    setText(textOf(m_number));
+    setModified(false);
+}
+
+QString NumberField::textOf(double number) const
+{
+    QLocale plain = locale();
+    plain.setNumberOptions(QLocale::OmitGroupSeparator);
+    constexpr double largestWhole = 1e15;
+    if (std::abs(number) < largestWhole
+        && (m_kind == Kind::integer || number == std::floor(number)))
+        return plain.toString(qRound64(number));
+    return plain.toString(number, 'g', QLocale::FloatingPointShortest);
+}

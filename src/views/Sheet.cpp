@@ -1,0 +1,126 @@
+#include "views/Sheet.h"
+
+#include "views/Buttons.h"
+#include "views/Card.h"
+#include "views/Labels.h"
+#include "views/Symbol.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int panelWidth = 460;
+
+} // namespace
+
+Sheet::Sheet(const QString& name, QWidget* over)
+    : QWidget(over->window())
+    , m_panel(new Card)
+    , m_content(static_cast<QVBoxLayout*>(m_panel->layout()))
+    , m_focusBefore(QApplication::focusWidget())
+{
+    setAccessibleName(name);
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_DeleteOnClose);
+    m_panel->setFixedWidth(panelWidth);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_panel, 0, Qt::AlignCenter);
+    window()->installEventFilter(this);
+    hide();
+}
+
+void Sheet::add(QWidget* widget, Qt::Alignment alignment)
+{
+    m_content->addWidget(widget, 0, alignment);
+}
+
+void Sheet::add(QLayout* layout)
+{
+    m_content->addLayout(layout);
+}
+
+void Sheet::addSpace(int points)
+{
+    m_content->addSpacing(points);
+}
+
+void Sheet::present()
+{
+    setGeometry(parentWidget()->rect());
+    show();
+    raise();
+    const QList<QPushButton*> buttons = findChildren<QPushButton*>();
+    if (!buttons.isEmpty())
+        buttons.last()->setFocus();
+}
+
+void Sheet::dismiss()
+{
+    if (m_focusBefore)
+        m_focusBefore->setFocus();
+    close();
+}
+
+bool Sheet::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == parentWidget() && event->type() == QEvent::Resize)
+        setGeometry(parentWidget()->rect());
+    return false;
+}
+
+void Sheet::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        emit escaped();
+        return;
+    }
+    const auto* button = qobject_cast<QPushButton*>(focusWidget());
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && button != nullptr)
+        const_cast<QPushButton*>(button)->click();
+    // Nothing goes through to what lies beneath.
+}
+
+bool Sheet::focusNextPrevChild(bool next)
+{
+    QList<QWidget*> stops;
+    for (QWidget* each : m_panel->findChildren<QWidget*>()) {
+        if ((each->focusPolicy() & Qt::TabFocus) != 0 && each->isEnabled() && each->isVisible())
+            stops.append(each);
+    }
+    if (stops.isEmpty())
+        return true;
+    const qsizetype at = stops.indexOf(focusWidget());
+    const qsizetype count = stops.size();
+    stops[(at + (next ? 1 : count - 1)) % count]->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
+void Sheet::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), QColor(0, 0, 0, 150));
+}
+
+void showAlert(QWidget* over, const QString& title, const QString& message)
+{
+    auto* sheet = new Sheet(title, over);
+    sheet->add(new SymbolLabel(u"exclamationmark.triangle.fill"_s, Theme::Colour::orange, 36),
+        Qt::AlignHCenter);
+    sheet->add(makeLabel(title, Theme::Type::headline), Qt::AlignHCenter);
+    auto* text = makeLabel(message, Theme::Type::body, Theme::Colour::secondary);
+    text->setWordWrap(true);
+    text->setAlignment(Qt::AlignHCenter);
+    text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    sheet->add(text);
+    sheet->addSpace(Theme::Space::small);
+    QPushButton* button = makeButton(u"OK"_s, ButtonKind::primary);
+    sheet->add(button);
+    QObject::connect(button, &QPushButton::clicked, sheet, &Sheet::dismiss);
+    QObject::connect(sheet, &Sheet::escaped, sheet, &Sheet::dismiss);
+    sheet->present();
+}

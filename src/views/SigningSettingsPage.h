@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QWidget>
+
+class QComboBox;
+class QLabel;
+class SigningManager;
+class SymbolLabel;
+
+/// The settings of the identity that signs.
+class SigningSettingsPage : public QWidget {
+    Q_OBJECT
+public:
+    /// `manager` outlives this widget.
+    explicit SigningSettingsPage(SigningManager& manager, QWidget* parent = nullptr);
+
+private:
+    void refresh();
+    void fillPicker();
+    void choose(int index);
+
+    SigningManager& m_manager;
+    SymbolLabel* m_statusSymbol;
+    QLabel* m_statusText;
+    QComboBox* m_picker;
+    QWidget* m_scanning;
+};

@@ -1,0 +1,156 @@
+#include "views/SigningView.h"
+
+#include "model/ConfigWrapper.h"
+#include "signing/SigningManager.h"
+#include "views/Buttons.h"
+#include "views/Card.h"
+#include "views/FilePicker.h"
+#include "views/IdentityPicker.h"
+#include "views/ImageRow.h"
+#include "views/Labels.h"
+#include "views/LogView.h"
+#include "views/StatusBadge.h"
+
+#include <QDragEnterEvent>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QMimeData>
+
+using namespace Qt::StringLiterals;
+
+SigningView::SigningView(ConfigWrapper& job, SigningManager& signing,
+    KeychainPrimerSheet::Host keychain, QWidget* parent)
+    : StepView(parent)
+    , m_job(job)
+    , m_signing(signing)
+    , m_keychain(keychain)
+    , m_keychainManager(keychain.probe)
+    , m_status(new StatusBadge)
+    , m_identities(new IdentityPicker(signing))
+    , m_logs(new LogView(u"Signing Logs"_s))
+    , m_sign(new BusyButton(u"Sign DMG"_s, u"signature"_s))
+{
+    setAcceptDrops(true);
+    content()->addWidget(new SectionHeader(u"Code Signing"_s,
+        u"Sign your DMG with a Developer ID Application certificate to prepare it for notarization."_s));
+    auto* image = new Card(u"Disk Image"_s);
+    image->add(new ImageRow(job));
+    image->add(m_status);
+    content()->addWidget(image);
+
+    auto* card = new Card(u"Signing Identity"_s);
+    auto* row = new QHBoxLayout;
+    row->addWidget(m_identities, 1);
+    row->addWidget(m_sign);
+    card->add(row);
+    content()->addWidget(card);
+    auto* logs = new Card(u"Signing Logs"_s);
+    logs->add(m_logs);
+    content()->addWidget(logs, 1);
+
+    auto* empty = new EmptyState(u"signature"_s, u"No DMG Built Recently"_s,
+        u"You can drag & drop an existing DMG here to sign it."_s);
+    QPushButton* select = makeButton(u"Select DMG File..."_s);
+    connect(select, &QPushButton::clicked, this, &SigningView::selectImage);
+    empty->add(select);
+    setEmptyPage(empty);
+
+    connect(m_sign, &QPushButton::clicked, this, &SigningView::sign);
+    connect(m_identities, &IdentityPicker::identityChosen, this,
+        [this](const auto& identity) { m_signing.selectIdentity(identity); });
+    connect(&m_job, &ConfigWrapper::configChanged, this, &SigningView::refresh);
+    connect(&m_signing, &SigningManager::logsChanged, this, &SigningView::refresh);
+    connect(&m_signing, &SigningManager::isSigningChanged, this, &SigningView::refresh);
+    connect(&m_signing, &SigningManager::signSuccessChanged, this, &SigningView::refresh);
+    refresh();
+}
+
+void SigningView::refresh()
+{
+    showContent(m_job.config().outputURL.has_value());
+    const bool isSigning = m_signing.isSigning();
+    m_status->setStatus(isSigning ? u"Signing in progress..."_s : u"Ready to Sign"_s,
+        isSigning ? Theme::Colour::orange : Theme::Colour::secondary);
+    m_logs->setLog(m_signing.logs());
+    m_sign->setBusy(isSigning);
+}
+
+void SigningView::selectImage()
+{
+    FilePicker::openFile(this, u"Select DMG File"_s,
+        [this](const QUrl& image) {
+            m_job.edit([&](DMGConfig& config) { config.outputURL = image; });
+        },
+        {u"Disk Image"_s, u"dmg"_s});
+}
+
+void SigningView::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (event->mimeData()->hasUrls())
+        event->acceptProposedAction();
+}
+
+void SigningView::dropEvent(QDropEvent* event)
+{
+    const QList<QUrl> dropped = event->mimeData()->urls();
+    if (dropped.isEmpty())
+        return;
+    event->acceptProposedAction();
+    take(dropped.first());
+}
+
+void SigningView::take(const QUrl& image)
+{
+    if (!image.isLocalFile() || QFileInfo(image.toLocalFile()).suffix().toLower() != "dmg"_L1) {
+        showError(u"Please drop a valid .dmg file."_s);
+        return;
+    }
+    m_job.edit([&](DMGConfig& config) { config.outputURL = image; });
+}
+
+void SigningView::sign()
+{
+    if (!m_identities->selectedIdentity())
+        return;
+    if (m_job.config().outputURL)
+        probeAndSign(this);
+    else
+        showError(u"No DMG selected. Please build the DMG first."_s);
+}
+
+QCoro::Task<> SigningView::probeAndSign(QPointer<SigningView> self)
+{
+    const bool hasAccess = co_await self->m_keychainManager.checkAccess();
+    if (!self)
+        co_return;
+    if (hasAccess) {
+        signNow(self);
+        co_return;
+    }
+    auto* sheet = new KeychainPrimerSheet(self->m_keychain, self, [self] {
+        if (self)
+            signNow(self);
+    });
+    sheet->present();
+}
+
+QCoro::Task<> SigningView::signNow(QPointer<SigningView> self)
+{
+    const std::optional<QUrl> image = self->m_job.config().outputURL;
+    const std::optional<SigningIdentity> identity = self->m_identities->selectedIdentity();
+    if (!image || !identity)
+        co_return;
+    QString failure;
+    try {
+        co_await self->m_signing.signDMG(*image, *identity);
+    } catch (const ShellError& error) {
+        failure = error.description();
+    }
+    if (self && !failure.isEmpty())
+        self->showError(failure);
+}
+
+void SigningView::showError(const QString& message)
+{
+    showAlert(this, u"Signing Error"_s, message);
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "signing/KeychainManager.h"
+#include "views/KeychainPrimerSheet.h"
+#include "views/StepView.h"
+
+#include <QUrl>
+
+class BusyButton;
+class ConfigWrapper;
+class IdentityPicker;
+class LogView;
+class SigningManager;
+class StatusBadge;
+
+/// The step in which the finished image is signed.
+class SigningView : public StepView {
+    Q_OBJECT
+public:
+    /// All outlive this widget.
+    SigningView(ConfigWrapper& job, SigningManager& signing, KeychainPrimerSheet::Host keychain,
+        QWidget* parent = nullptr);
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void refresh();
+    void selectImage();
+    void take(const QUrl& image);
+    void sign();
+    static QCoro::Task<> probeAndSign(QPointer<SigningView> self);
+    static QCoro::Task<> signNow(QPointer<SigningView> self);
+    void showError(const QString& message);
+
+    ConfigWrapper& m_job;
+    SigningManager& m_signing;
+    KeychainPrimerSheet::Host m_keychain;
+    KeychainManager m_keychainManager;
+    StatusBadge* m_status;
+    IdentityPicker* m_identities;
+    LogView* m_logs;
+    BusyButton* m_sign;
+};

@@ -1,0 +1,91 @@
+#include "wizard/AssetThumbnail.h"
+
+#include "platform/PictureLoader.h"
+#include "views/Buttons.h"
+#include "views/Theme.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QRectF picturePlace(4, 4, 132, 88);
+constexpr QSize whole(140, 120);
+
+/// The largest piece out of the picture's middle that has the place's shape.
+QRectF pieceFor(const QSizeF& picture, const QSizeF& place)
+{
+    const QSizeF size = place.scaled(picture, Qt::KeepAspectRatio);
+    return {QPointF((picture.width() - size.width()) / 2, (picture.height() - size.height()) / 2),
+        size};
+}
+
+} // namespace
+
+AssetThumbnail::AssetThumbnail(const QUrl& url, bool isRemovable, QWidget* parent)
+    : QAbstractButton(parent)
+    , m_url(url)
+{
+    setFixedSize(whole);
+    setFocusPolicy(Qt::StrongFocus);
+    setCursor(Qt::PointingHandCursor);
+    setToolTip(url.fileName());
+    setAccessibleName(url.fileName());
+    constexpr int sharpest = 3; // pixels a point
+    PictureLoader::load(
+        url, picturePlace.size().toSize() * sharpest, this, [this](const QImage& picture) {
+            m_picture = QPixmap::fromImage(picture);
+            update();
+        });
+    if (isRemovable) {
+        auto* remove = new SymbolButton(u"xmark.circle.fill"_s, u"Remove"_s, this);
+        remove->setAccessibleName(u"Remove "_s + url.fileName());
+        remove->setGeometry(whole.width() - 30, 6, 24, 24);
+        connect(remove, &QPushButton::clicked, this, &AssetThumbnail::removalAsked);
+    }
+}
+
+void AssetThumbnail::setSelected(bool selected)
+{
+    m_isSelected = selected;
+    setAccessibleDescription(selected ? u"selected"_s : QString());
+    update();
+}
+
+QSize AssetThumbnail::sizeHint() const
+{
+    return whole;
+}
+
+void AssetThumbnail::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    QPainterPath outline;
+    outline.addRoundedRect(picturePlace, Theme::Radius::control, Theme::Radius::control);
+    painter.fillPath(outline, Theme::Colour::field);
+    if (!m_picture.isNull()) {
+        painter.save();
+        painter.setClipPath(outline);
+        painter.drawPixmap(
+            picturePlace, m_picture, pieceFor(m_picture.size(), picturePlace.size()));
+        painter.restore();
+    }
+    painter.setBrush(Qt::NoBrush);
+    if (m_isSelected || hasFocus()) {
+        painter.setPen(QPen(m_isSelected ? Theme::Colour::accentInk : Theme::Colour::secondary, 3));
+        painter.drawPath(outline);
+    } else if (underMouse()) {
+        painter.setPen(QPen(Theme::Colour::secondary, 1));
+        painter.drawPath(outline);
+    }
+
+    painter.setFont(Theme::font(Theme::Type::caption));
+    painter.setPen(m_isSelected ? Theme::Colour::text : Theme::Colour::secondary);
+    const QRectF name(4, picturePlace.bottom() + 6, picturePlace.width(), 18);
+    painter.drawText(name, Qt::AlignHCenter | Qt::AlignTop,
+        painter.fontMetrics().elidedText(
+            m_url.fileName(), Qt::ElideMiddle, static_cast<int>(name.width())));
+}

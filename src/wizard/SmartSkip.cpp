@@ -1,0 +1,106 @@
+#include "wizard/SmartSkip.h"
+
+#include "model/SettingsManager.h"
+#include "notarization/AppNotarizationManager.h"
+#include "platform/MainQueue.h"
+#include "signing/SigningManager.h"
+#include "wizard/NavigationManager.h"
+
+using namespace Qt::StringLiterals;
+
+SmartSkip::SmartSkip(Parties parties, QObject* parent)
+    : QObject(parent)
+    , m_parties(parties)
+{
+    connect(&m_parties.job, &ConfigWrapper::appURLChanged, this, [this] {
+        MainQueue::post([self = QPointer(this)] {
+            if (self)
+                self->follow();
+        });
+    });
+}
+
+void SmartSkip::follow()
+{
+    const std::optional<QUrl> application = m_parties.job.config().appURL;
+    if (!application) {
+        applicationRemoved();
+        return;
+    }
+    m_parties.navigation.completeCurrentStep();
+    if (m_parties.settings.skipAppValidation()) {
+        setReady(false);
+        setStatus(u"Validation Sourced from Settings (Skipping Checks)"_s);
+        return;
+    }
+    setStatus(u"Inspecting App..."_s);
+    inspect(this, m_parties.inspector, *application);
+}
+
+void SmartSkip::applicationRemoved()
+{
+    setReady(false);
+    setStatus({});
+    m_parties.signing.setAppSignatureStatus(AppSignatureStatus::unknown());
+    m_parties.appNotarization.setNotarizationSuccess(false);
+    m_parties.appNotarization.clearLogs();
+    if (m_parties.navigation.currentStep() == rawValue(NavigationStep::assets))
+        m_parties.navigation.lockAfterFirstStep();
+}
+
+QCoro::Task<> SmartSkip::inspect(
+    QPointer<SmartSkip> self, PreFlightInspector& inspector, QUrl application)
+{
+    const PreFlightInspector::Progress progress = [self](const QString& label) {
+        MainQueue::post([self, label] {
+            if (self)
+                self->setStatus(label);
+        });
+    };
+    const InspectionResult result = co_await inspector.inspect(application, progress);
+    // Labels still on their way come first.
+    MainQueue::post([self, result] {
+        if (self)
+            self->take(result);
+    });
+}
+
+void SmartSkip::take(const InspectionResult& result)
+{
+    if (!m_parties.job.config().appURL)
+        return; // removed meanwhile
+    m_parties.signing.setAppSigningLogs(result.logs);
+    if (result.isSigned && result.isNotarized && result.isStapled) {
+        m_parties.signing.setAppSignatureStatus(
+            AppSignatureStatus::signedBy(u"Pre-Verified (Smart Skip)"_s));
+        m_parties.appNotarization.setNotarizationSuccess(true);
+        m_parties.navigation.raiseMaxStepReached(rawValue(NavigationStep::configuration));
+        setReady(true);
+        setStatus(u"✅ App Verified. Smart Skip Ready."_s);
+    } else {
+        setReady(false);
+        setStatus(u"Validation Failed: "_s + result.failureReason.value_or(u"Unknown"_s));
+    }
+}
+
+void SmartSkip::reset()
+{
+    setReady(false);
+    setStatus({});
+}
+
+void SmartSkip::setReady(bool ready)
+{
+    if (ready == m_smartSkipReady)
+        return;
+    m_smartSkipReady = ready;
+    emit smartSkipReadyChanged();
+}
+
+void SmartSkip::setStatus(const QString& text)
+{
+    if (text == m_inspectionStatus)
+        return;
+    m_inspectionStatus = text;
+    emit inspectionStatusChanged();
+}

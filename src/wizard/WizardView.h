@@ -1,0 +1,73 @@
+#pragma once
+
+#include "build/BuildManager.h"
+#include "model/ConfigWrapper.h"
+#include "notarization/AppNotarizationManager.h"
+#include "notarization/NotarizationManager.h"
+#include "notarization/VerificationManager.h"
+#include "signing/SigningManager.h"
+#include "wizard/NavigationManager.h"
+#include "wizard/SmartSkip.h"
+#include "wizard/WizardHost.h"
+
+#include <QWidget>
+
+class ElidedLabel;
+class QPushButton;
+class QVBoxLayout;
+class SideList;
+
+/// The main window's content: owns the job and every manager, shows the steps beside the screen of
+/// the current one, and leads on and back.
+class WizardView : public QWidget {
+    Q_OBJECT
+public:
+    explicit WizardView(WizardHost host, QWidget* parent = nullptr);
+
+    /// "New Project": everything as at the start, but for the identity and the settings.
+    void reset();
+    /// Some manager works at something that closing the window would leave alone.
+    bool isBusy() const;
+
+    ConfigWrapper& job() { return m_job; }
+    NavigationManager& navigation() { return m_navigation; }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    QWidget* makeSidebar();
+    QWidget* makeDetail();
+    QWidget* makeBottomBar();
+    void connectManagers();
+
+    void rebuildSteps();
+    void refresh();
+    void refreshSteps();
+    /// A fresh screen for the current step in the place of the one before.
+    void showCurrentScreen();
+    QWidget* makeScreen(NavigationStep step);
+
+    std::optional<NavigationStep> nextTarget() const;
+    std::optional<NavigationStep> backTarget() const;
+    void goNext();
+    void goBack();
+    void imageNotarized();
+
+    WizardHost m_host;
+    ConfigWrapper m_job;
+    NavigationManager m_navigation;
+    BuildManager m_build;
+    SigningManager m_signing;
+    NotarizationManager m_notarization;
+    VerificationManager m_verification;
+    AppNotarizationManager m_appNotarization;
+    SmartSkip m_smartSkip;
+
+    SideList* m_steps = nullptr;
+    QVBoxLayout* m_detail = nullptr;
+    QWidget* m_screen = nullptr;
+    QPushButton* m_back = nullptr;
+    QPushButton* m_next = nullptr;
+    ElidedLabel* m_inspection = nullptr;
+};
