@@ -2,6 +2,7 @@
 
 #include "bytes/FormatError.h"
 
+#include <cassert>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -107,13 +108,27 @@ void File::flush()
 
 namespace {
 
+fs::path folderOf(const fs::path& target)
+{
+    return target.has_parent_path() ? target.parent_path() : fs::path(".");
+}
+
+fs::path hiddenPathBeside(const fs::path& target)
+{
+    return folderOf(target) / (".vandor-" + std::to_string(std::random_device()()));
+}
+
+/// The way to a file that has no name.
+fs::path descriptorPath(const File& file)
+{
+    return "/proc/self/fd/" + std::to_string(file.descriptor());
+}
+
 /// Opens a new hidden file beside `target`; `temporary` receives its path.
 File openBeside(const fs::path& target, fs::path& temporary)
 {
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    std::random_device random;
     for (;;) {
-        temporary = folder / (".vandor-" + std::to_string(random()));
+        temporary = hiddenPathBeside(target);
         // The usual makers of temporary files give 0600, and the umask that a file should have got
         // can't be asked for without changing it for all threads.
         const int descriptor =
@@ -121,36 +136,72 @@ File openBeside(const fs::path& target, fs::path& temporary)
         if (descriptor >= 0)
             return {descriptor, target};
         if (errno != EEXIST)
-            throwErrno(folder.string());
+            throwErrno(folderOf(target).string());
     }
+}
+
+/// The same without a name, which needs a file system and a /proc that play along; else with one.
+File openNameless(const fs::path& target, fs::path& temporary)
+{
+    const int descriptor = ::open(folderOf(target).c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, 0666);
+    if (descriptor < 0)
+        return openBeside(target, temporary);
+    File file(descriptor, target);
+    return ::access(descriptorPath(file).c_str(), F_OK) == 0 ? std::move(file)
+                                                             : openBeside(target, temporary);
 }
 
 } // namespace
 
-OutputFile::OutputFile(const fs::path& target)
-    : OutputFile(target, Uninterrupted())
+OutputFile::OutputFile(const fs::path& target, Until until)
+    : OutputFile(target, until, Uninterrupted())
 { }
 
-OutputFile::OutputFile(const fs::path& target, const Uninterrupted& /*untilItCanBeRemoved*/)
+OutputFile::OutputFile(
+    const fs::path& target, Until until, const Uninterrupted& /*untilItCanBeRemoved*/)
     : m_target(target)
-    , m_file(openBeside(target, m_temporary))
+    , m_file(until == Until::nameless ? openNameless(target, m_temporary)
+                                      : openBeside(target, m_temporary))
     , m_removal([temporary = m_temporary] { ::unlink(temporary.c_str()); })
 { }
 
 OutputFile::~OutputFile()
 {
-    if (!m_committed)
+    if (!m_committed && !m_temporary.empty())
         ::unlink(m_temporary.c_str());
 }
 
 void OutputFile::close()
 {
+    assert(!m_temporary.empty());
     m_file = File(-1, m_target);
+}
+
+/// Links the nameless file to the target, or to a name that can take the target's place.
+void OutputFile::giveName(bool replace)
+{
+    const fs::path file = descriptorPath(m_file);
+    fs::path name = m_target;
+    while (::linkat(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+        if (errno != EEXIST || !replace)
+            throwErrno(m_target.string());
+        name = hiddenPathBeside(m_target);
+    }
+    if (name == m_target)
+        return;
+    if (::rename(name.c_str(), m_target.c_str()) != 0) {
+        const int fault = errno;
+        ::unlink(name.c_str());
+        throw std::system_error(fault, std::generic_category(), m_target.string());
+    }
 }
 
 void OutputFile::commit(bool replace)
 {
-    if (replace) {
+    if (m_temporary.empty()) {
+        const Uninterrupted whole;
+        giveName(replace);
+    } else if (replace) {
         if (::rename(m_temporary.c_str(), m_target.c_str()) != 0)
             throwErrno(m_target.string());
     } else {

@@ -41,8 +41,13 @@ private:
 /// temporary name, renamed by `commit`, removed when dropped or interrupted before.
 class OutputFile {
 public:
+    /// `nameless` writes, where the file system can, a file that has no name until `commit`, so
+    /// that not even a killed process leaves anything; `temporaryPath` is empty then, and the file
+    /// may not be closed before.
+    enum class Until { named, nameless };
+
     /// Throws std::system_error when the folder is missing or not writable.
-    explicit OutputFile(const std::filesystem::path& target);
+    explicit OutputFile(const std::filesystem::path& target, Until until = Until::named);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -57,7 +62,9 @@ public:
     void commit(bool replace);
 
 private:
-    OutputFile(const std::filesystem::path& target, const Uninterrupted& untilItCanBeRemoved);
+    OutputFile(
+        const std::filesystem::path& target, Until until, const Uninterrupted& untilItCanBeRemoved);
+    void giveName(bool replace);
 
     std::filesystem::path m_target;
     std::filesystem::path m_temporary;

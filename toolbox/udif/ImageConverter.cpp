@@ -19,7 +19,7 @@ ConvertReport convertImage(
     if (!options.replace && fs::exists(fs::symlink_status(target)))
         throw std::system_error(EEXIST, std::generic_category(), target.string());
 
-    bytes::OutputFile output(target);
+    bytes::OutputFile output(target, bytes::OutputFile::Until::nameless);
     ConvertReport report = options.format == ImageFormat::UDRW
         ? RawImageJob(source, options).write(output.file())
         : UdifImageJob(source, options).write(output.file());

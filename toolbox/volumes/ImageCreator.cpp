@@ -83,7 +83,7 @@ void createImage(const fs::path& target, const CreateOptions& options)
 
     // The folder is read before the image begins: the image may be meant to lie in it.
     hfsplus::VolumeBuilder builder(options.folder, buildOptionsFrom(options));
-    bytes::OutputFile output(target);
+    bytes::OutputFile output(target, bytes::OutputFile::Until::nameless);
     writeDisk(output.file(), builder, options.identifierSeed);
     if (options.format == udif::ImageFormat::UDRW) {
         output.commit(options.replace);
