@@ -23,18 +23,27 @@ State& state()
     return instance;
 }
 
+/// Whoever starts a tool with a signal ignored (`nohup`, a shell's background job) means it to go
+/// on: blocked and waited for, the signal would end it all the same.
+bool isIgnored(int signal)
+{
+    struct sigaction action { };
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 sigset_t endingSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        sigaddset(&signals, signal);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        if (!isIgnored(signal))
+            sigaddset(&signals, signal);
+    }
     return signals;
 }
 
-void waitAndEnd()
+void waitAndEnd(const sigset_t signals)
 {
-    const sigset_t signals = endingSignals();
     int signal = 0;
     while (sigwait(&signals, &signal) != 0) { }
 
@@ -58,7 +67,7 @@ void endOnSignals()
 {
     const sigset_t signals = endingSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::thread(waitAndEnd).detach();
+    std::thread(waitAndEnd, signals).detach();
 }
 
 void waitForSignalInProgress()

@@ -9,8 +9,8 @@
 /// and the rest of this header costs nothing.
 namespace bytes {
 
-/// From now on a signal runs the clean-ups and ends the process with 128 plus its number. Call it
-/// from `main`, before any other thread is started.
+/// From now on a signal runs the clean-ups and ends the process with 128 plus its number; one that
+/// is ignored stays ignored. Call it from `main`, before any other thread is started.
 void endOnSignals();
 
 /// Holds on while a signal is being handled, so that `main` doesn't end first with another status.

@@ -26,14 +26,15 @@ Outcome hdiutil(const std::vector<std::string>& arguments)
     return runProgram(hdiutilPath, arguments);
 }
 
-/// Starts the program, waits `delay`, sends `signal`; its exit status, or 128 and the signal that
-/// ended it. Output goes nowhere.
-int interrupted(
-    const std::vector<std::string>& arguments, std::chrono::microseconds delay, int signal)
+/// Starts the program with its output going nowhere. In the background the tests themselves may
+/// have been told to ignore `signal`.
+pid_t started(
+    const std::vector<std::string>& arguments, int signal, void (*disposition)(int) = SIG_DFL)
 {
     std::fflush(stdout);
     const pid_t child = ::fork();
     if (child == 0) {
+        std::signal(signal, disposition);
         std::vector<char*> words{const_cast<char*>(hdiutilPath.c_str())};
         for (const std::string& word : arguments)
             words.push_back(const_cast<char*>(word.c_str()));
@@ -42,6 +43,15 @@ int interrupted(
             ::execv(hdiutilPath.c_str(), words.data());
         ::_exit(127);
     }
+    return child;
+}
+
+/// Starts the program, waits `delay`, sends `signal`; its exit status, or 128 and the signal that
+/// ended it.
+int interrupted(
+    const std::vector<std::string>& arguments, std::chrono::microseconds delay, int signal)
+{
+    const pid_t child = started(arguments, signal);
     std::this_thread::sleep_for(delay);
     ::kill(child, signal);
     int status = 0;
@@ -168,6 +178,7 @@ TEST(Programs, AKillInTheMiddleDisturbsNoLaterRun)
         interrupted({"detach", "/Volumes/Disk"}, delay, SIGKILL);
         hdiutil({"detach", "/Volumes/Disk"});
         EXPECT_EQ(hdiutil({"info"}).out.find("disk4"), std::string::npos);
+        EXPECT_EQ(hiddenFilesIn(test.folder()), std::vector<std::string>{});
     }
     EXPECT_EQ(hdiutil({"convert", image, "-format", "UDZO", "-ov", "-o", output}).status, 0);
     EXPECT_EQ(hdiutil({"verify", output}).status, 0);
@@ -223,6 +234,23 @@ TEST(Programs, ASignalTakesTheUnfinishedAway)
         }
         EXPECT_TRUE(finished) << row.what;
         EXPECT_TRUE(met) << row.what;
+    }
+}
+
+TEST(Programs, AnIgnoredSignalStaysIgnored)
+{
+    const ToolTest test;
+    addManyFiles(test.source());
+    for (const int signal : {SIGINT, SIGHUP}) {
+        const pid_t child = started(
+            {"create", "-ov", "-srcfolder", test.source(), test.path("a.dmg")}, signal, SIG_IGN);
+        int status = 0;
+        while (::waitpid(child, &status, WNOHANG) == 0) {
+            ::kill(child, signal);
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(status, 0) << signal;
+        EXPECT_EQ(hdiutil({"verify", test.path("a.dmg")}).status, 0);
     }
 }
 
