@@ -11,7 +11,6 @@ namespace udif {
 
 namespace {
 
-constexpr ChunkCodec adcCodec{ChunkType::adc, "ADC", nullptr, nullptr, 0};
 constexpr std::array codecs{&adcCodec, &zlibCodec, &bzip2Codec, &lzfseCodec, &lzmaCodec};
 
 } // namespace

@@ -7,6 +7,7 @@
 /// The compressions that this version reads or makes, each in a file of its own.
 namespace udif {
 
+extern const ChunkCodec adcCodec;
 extern const ChunkCodec zlibCodec;
 extern const ChunkCodec bzip2Codec;
 extern const ChunkCodec lzfseCodec;

@@ -10,6 +10,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string_view>
 
 namespace {
 
@@ -279,6 +280,40 @@ TEST(ChunkCodec, ADecodedChunkHasExactlyItsLength)
         Bytes noise(4096);
         fillWithNoise(noise, 5);
         EXPECT_TRUE(codecFor(type)->makeEncoder(9)->encode(noise).empty());
+    }
+}
+
+TEST(ChunkCodec, AdcHasLiteralsAndRepetitionsOfTwoLengths)
+{
+    const auto bytesOf = [](std::string_view text) {
+        const auto raw = std::as_bytes(std::span(text));
+        return Bytes(raw.begin(), raw.end());
+    };
+    struct Row {
+        const char* what;
+        std::string_view stored;
+        std::string_view content; // empty: refused
+    };
+    using namespace std::string_view_literals;
+    const Row rows[] = {
+        {"literals", "\x83\x61\x62\x63\x64"sv, "abcd"},
+        {"a short repetition runs into itself", "\x81\x61\x62\x04\x01"sv, "ababab"},
+        {"a long one", "\x81\x61\x62\x44\x00\x01"sv, "ababababab"},
+        {"all bits of a short distance", "\x80\x61\x03\xFF"sv, ""},
+        {"a repetition of what isn't there", "\x80\x61\x00\x01"sv, ""},
+        {"more than the chunk holds", "\x80\x61\x7F\x00\x00"sv, ""},
+        {"too little", "\x80\x61"sv, ""},
+        {"a byte too many", "\x83\x61\x62\x63\x64\x80"sv, ""},
+    };
+    for (const Row& row : rows) {
+        Bytes out(row.content.empty() ? 4 : row.content.size());
+        if (row.content.empty()) {
+            EXPECT_THROW(decodeChunk(ChunkType::adc, bytesOf(row.stored), out), bytes::FormatError)
+                << row.what;
+            continue;
+        }
+        decodeChunk(ChunkType::adc, bytesOf(row.stored), out);
+        EXPECT_EQ(out, bytesOf(row.content)) << row.what;
     }
 }
 
