@@ -35,7 +35,7 @@ constexpr std::array verbs{
     Verb{"detach", detachOptions, detachImage, "[-force] MOUNTPOINT | DEVICE"},
     Verb{"eject", detachOptions, detachImage, "(as detach)"},
     Verb{"convert", convertOptions, convertImage,
-        "IMAGE -format FORMAT -o IMAGE [-imagekey KEY=VALUE] [-ov]"},
+        "IMAGE -format FORMAT -o IMAGE [-imagekey KEY=VALUE] [-ov] [-puppetstrings]"},
     Verb{"verify", {}, verifyImage, "IMAGE"},
     Verb{"info", {}, printAttachedImages, ""},
     Verb{"imageinfo", {}, printImageInfo, "IMAGE"},

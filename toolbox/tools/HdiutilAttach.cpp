@@ -78,12 +78,15 @@ int detachImage(Session& session)
     const auto image = session.volumes.find(target).image;
     if (!image)
         throw volumes::VolumeError(volumes::VolumeError::Case::notAttached);
+    int status = 0;
     try {
         const volumes::ReleaseResult result = session.volumes.release(
             *image, {.force = session.arguments.has("-force"), .fixedTime = fixedTime()});
-        if (!result.lost.empty())
+        if (!result.lost.empty()) {
             session.err << "hdiutil: detach: changes on \"" << oneLine(image->volumeName)
                         << "\" are lost - " << oneLine(result.lost) << '\n';
+            status = session.arguments.has("-force") ? 0 : 1;
+        }
     } catch (const volumes::VolumeError& failure) {
         if (failure.which() != volumes::VolumeError::Case::busy)
             throw;
@@ -92,7 +95,7 @@ int detachImage(Session& session)
         return busyStatus;
     }
     session.out << '"' << image->diskName() << "\" ejected.\n";
-    return 0;
+    return status;
 }
 
 } // namespace tools

@@ -14,12 +14,26 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// Prints each table as the converter comes to it, so that a long conversion is seen to go on.
+void showProgress(udif::ConvertOptions& options, std::ostream& out, bool percents)
+{
+    options.tableBegins = [&out](const std::string& table) {
+        out << "Reading " << oneLine(table) << "…\n" << std::flush;
+    };
+    options.tableDone = [&out](const std::string& table, std::optional<uint32_t> crc) {
+        if (crc)
+            out << "   (" << crcText(*crc) << ": " << oneLine(table) << ")\n" << std::flush;
+    };
+    if (!percents)
+        return;
+    options.progress = [&out](uint64_t sectorsDone, uint64_t sectorsInAll) {
+        const double share = static_cast<double>(sectorsDone) / static_cast<double>(sectorsInAll);
+        out << "PERCENT:" << decimal(100 * share, 6) << '\n' << std::flush;
+    };
+}
+
 void printReport(std::ostream& out, const udif::ConvertReport& report, double seconds)
 {
-    for (const udif::ConvertReport::Table& table : report.tables) {
-        out << "Reading " << table.name << "…\n"
-            << "   (" << crcText(table.crc) << ": " << table.name << ")\n";
-    }
     const auto diskBytes = static_cast<double>(report.sectors) * udif::sectorBytes;
     const auto storedBytes = static_cast<double>(report.storedSectors) * udif::sectorBytes;
     if (!report.tables.empty())
@@ -49,6 +63,7 @@ int convertImage(Session& session)
     options.format = udif::formatNamed(arguments.required("-format")).format;
     options.level = compressionLevel(arguments);
     options.replace = arguments.has("-ov");
+    showProgress(options, session.out, arguments.has("-puppetstrings"));
     udif::requireWritable(options.format);
     if (session.volumes.isBeingWritten(source) || session.volumes.isBeingWritten(target))
         throw volumes::VolumeError(volumes::VolumeError::Case::attachedAlready);

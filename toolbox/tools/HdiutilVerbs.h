@@ -36,6 +36,7 @@ int createImage(Session& session);
 inline constexpr std::array attachOptions{
     Option{"-mountpoint", true},
     Option{"-owners", true},
+
     Option{"-readwrite"},
     Option{"-readonly"},
     Option{"-nomount"},
@@ -55,6 +56,7 @@ inline constexpr std::array convertOptions{
     Option{"-o", true},
     Option{"-imagekey", true},
     Option{"-ov"},
+    Option{"-puppetstrings"},
 };
 int convertImage(Session& session);
 

@@ -86,6 +86,17 @@ bool wasChanged(const fs::path& folder, const hfsplus::FolderSnapshot& before)
     return !hfsplus::FolderChanges::between(before, items, [](auto) { return false; }).empty();
 }
 
+/// What is lost with the folder of a read-only volume. A Mac refuses such changes as they are made;
+/// here the one moment to tell is the last. A folder that can't be looked at holds up nobody.
+std::string lostOnReadOnly(const fs::path& folder, const fs::path& snapshot)
+{
+    try {
+        if (wasChanged(folder, hfsplus::FolderSnapshot::load(snapshot)))
+            return "the image is attached read-only";
+    } catch (const std::exception&) { }
+    return {};
+}
+
 } // namespace
 
 /// An image with its volume, read, and what the registry will keep of them.
@@ -245,6 +256,8 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
     try {
         if (entry->isMounted() && entry->writable)
             result.lost = writeBack(*entry, options.fixedTime);
+        else if (entry->isMounted())
+            result.lost = lostOnReadOnly(entry->folder, m_registry.snapshotFile(entry->disk));
         else if (entry->stage == Stage::writing)
             m_registry.carryOutChanges(*entry);
     } catch (const std::exception& failure) {

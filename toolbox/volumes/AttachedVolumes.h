@@ -33,8 +33,8 @@ struct ReleaseOptions {
 };
 
 struct ReleaseResult {
-    /// Why changes could not be written back, when `force` let them go or the image is gone; else
-    /// empty.
+    /// Why changes could not be written back, when `force` let them go, the image is gone or it is
+    /// attached read-only; else empty.
     std::string lost;
 };
 

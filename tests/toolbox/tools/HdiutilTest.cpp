@@ -2,6 +2,7 @@
 
 #include "macfile/Metadata.h"
 #include "tools/Diskutil.h"
+#include "tools/FsckHfs.h"
 #include "tools/Hdiutil.h"
 #include "tools/SetFile.h"
 
@@ -205,9 +206,11 @@ TEST(Hdiutil, ConvertReportsTablesAndTotals)
               "Savings: 9[0-9]\\.[0-9]%\ncreated: "
             + test.path("b.dmg") + "\n"));
 
-    const Outcome raw = run(
-        hdiutil, {"convert", test.path("b.dmg"), "-format", "UDRW", "-o", test.path("raw.dmg")});
+    const Outcome raw = run(hdiutil,
+        {"convert", test.path("b.dmg"), "-format", "UDRW", "-puppetstrings", "-o",
+            test.path("raw.dmg")});
     EXPECT_EQ(raw.out.find("CRC32"), std::string::npos);
+    EXPECT_THAT(raw.out, HasSubstr("\nPERCENT:100.000000\n"));
     EXPECT_TRUE(readFile(test.path("raw.dmg")) == readFile(test.path("a.dmg")));
 }
 
@@ -226,7 +229,13 @@ TEST(Hdiutil, VerifyAndAttachTellASoundImageFromADamagedOne)
     EXPECT_THAT(sound.out, MatchesRegex("(.|\n)*\nverified   CRC32 \\$[0-9A-F]{8}\n"));
     const Outcome attached = run(hdiutil, {"attach", path});
     EXPECT_EQ(attached.out, sound.out + wholeLine + sliceLine + "/Volumes/Disk\n");
-    run(hdiutil, {"detach", "disk4"});
+    EXPECT_EQ(run(hdiutil, {"detach", "disk4"}).status, 0);
+    run(hdiutil, {"attach", "-noverify", path});
+    writeFile(test.volume("Disk") / "new", "x");
+    const Outcome lost = run(hdiutil, {"detach", "disk4"});
+    EXPECT_EQ(lost.status, 1);
+    EXPECT_EQ(lost.err,
+        "hdiutil: detach: changes on \"Disk\" are lost - the image is attached read-only\n");
 
     std::string bytes = readFile(path);
     bytes[bytes.size() / 10] = static_cast<char>(bytes[bytes.size() / 10] ^ 0x10);
@@ -255,6 +264,34 @@ TEST(Hdiutil, VerifyFindsADamagedVolumeBehindGoodChecksums)
     EXPECT_EQ(verify.status, 1);
     EXPECT_THAT(verify.err, EndsWith("hdiutil: verify failed - the volume is damaged\n"));
     EXPECT_THAT(verify.err, HasSubstr("is VALID"));
+
+    const Outcome check = run(tools::fsckHfs, {"-fn", image});
+    EXPECT_EQ(check.status, 8);
+    EXPECT_THAT(check.out, HasSubstr("\n   volume header: "));
+    EXPECT_THAT(
+        check.out, EndsWith("** The volume Disk was found corrupt and needs to be repaired.\n"));
+}
+
+TEST(FsckHfs, LooksAtImagesAndBareVolumesThatNobodyWritesTo)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg");
+    const std::string sound = "** Checking HFS Plus volume.\n   The volume name is Disk\n"
+                              "** The volume Disk appears to be OK.\n";
+    EXPECT_EQ(run(tools::fsckHfs, {"-n", image}).out, sound);
+    const std::string raw = readFile(image);
+    constexpr std::size_t volumeStart = 20480;
+    writeFile(test.path("bare"), raw.substr(volumeStart, raw.size() - volumeStart - 33 * 512));
+    EXPECT_EQ(run(tools::fsckHfs, {test.path("bare")}).out, sound);
+    run(hdiutil, {"attach", "-readonly", image});
+    EXPECT_EQ(run(tools::fsckHfs, {"disk4s1"}).out, sound);
+    run(hdiutil, {"detach", "disk4"});
+    run(hdiutil, {"attach", image});
+    EXPECT_EQ(
+        run(tools::fsckHfs, {"/Volumes/Disk"}).err, "fsck_hfs: Resource temporarily unavailable\n");
+    writeFile(test.path("text"), "no image");
+    EXPECT_EQ(run(tools::fsckHfs, {test.path("text")}).err, "fsck_hfs: image not recognized\n");
+    EXPECT_THAT(run(tools::fsckHfs, {"-y", image}).err, HasSubstr("repairs none"));
 }
 
 TEST(Hdiutil, VerifyNamesWhatIsHarmlessAndPasses)

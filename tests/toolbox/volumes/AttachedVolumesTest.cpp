@@ -202,8 +202,10 @@ TEST(Release, OfAReadOnlyAttachmentWritesNothing)
     const AttachedImage image = test.attach(path, AttachOptions::Access::readOnly);
     EXPECT_FALSE(image.writable);
     EXPECT_FALSE(test.attached().isBeingWritten(path));
-    writeFile(image.folder / "new", "x");
-    test.attached().release(image, {});
+    EXPECT_EQ(test.attached().release(image, {}).lost, "");
+    const AttachedImage again = test.attach(path, AttachOptions::Access::readOnly);
+    writeFile(again.folder / "new", "x");
+    EXPECT_EQ(test.attached().release(again, {}).lost, "the image is attached read-only");
     EXPECT_TRUE(readFile(path) == before);
 }
 
