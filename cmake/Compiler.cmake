@@ -24,6 +24,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
     target_compile_options(vandor_options INTERFACE -Wno-restrict)
 endif()
 
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    # Part of -Wconversion there, but not with g++, whose warnings are the measure.
+    target_compile_options(vandor_options INTERFACE -Wno-sign-conversion)
+endif()
+
 if(VANDOR_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
         -fno-omit-frame-pointer)
