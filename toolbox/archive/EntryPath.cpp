@@ -35,7 +35,8 @@ std::string companionPath(std::string_view path)
 {
     const std::size_t slash = path.rfind('/');
     const std::string_view name = path.substr(slash + 1);
-    if (name.size() <= 2 || !name.starts_with("._"))
+    // Nor is there a file that "._." and "._.." could belong to: that would be a folder above.
+    if (name.size() <= 2 || !name.starts_with("._") || name == "._." || name == "._..")
         return {};
     if (path.starts_with(collectedMetadata) && path.size() > collectedMetadata.size()
         && path[collectedMetadata.size()] == '/')

@@ -239,8 +239,8 @@ void Unpacker::takeMetadata(const std::string& companion) const
     const std::string name = companionName.substr(2);
     struct stat status {
     }, ownStatus{};
-    if (name == "." || !folder.status(name.c_str(), status)
-        || !folder.status(companionName.c_str(), ownStatus) || ownStatus.st_size > largestCompanion)
+    if (!folder.status(name.c_str(), status) || !folder.status(companionName.c_str(), ownStatus)
+        || ownStatus.st_size > largestCompanion)
         return;
     const bool link = S_ISLNK(status.st_mode);
     const fs::path path = folder.pathOf(name);
