@@ -3,7 +3,6 @@
 #include "archive/MakeZip.h"
 #include "archive/UnpackZip.h"
 #include "tools/Arguments.h"
-#include "tools/FailureReason.h"
 #include "tools/Text.h"
 #include "volumes/StateFolder.h"
 
@@ -102,8 +101,6 @@ int ditto(std::span<const std::string> words, std::ostream&, std::ostream& err)
         return 0;
     } catch (const UsageError& mistake) {
         err << "ditto: " << mistake.what() << '\n' << usage;
-    } catch (const std::system_error& failure) {
-        err << "ditto: " << oneLine(failure.what()) << '\n';
     } catch (const std::exception& failure) {
         err << "ditto: " << oneLine(failure.what()) << '\n';
     }
