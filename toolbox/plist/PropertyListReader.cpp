@@ -1,4 +1,5 @@
 #include "bytes/FormatError.h"
+#include "plist/BinaryTexts.h"
 #include "plist/PropertyList.h"
 
 #include <algorithm>
@@ -123,6 +124,7 @@ Value read(std::span<const std::byte> raw)
     const std::string_view text(reinterpret_cast<const char*>(raw.data()), raw.size());
     plist_t root = nullptr;
     if (text.starts_with("bplist")) {
+        requireSoundTexts(raw);
         plist_from_bin(text.data(), static_cast<uint32_t>(text.size()), &root);
     } else {
         requireShallow(text);
