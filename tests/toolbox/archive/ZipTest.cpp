@@ -1,6 +1,7 @@
 #include "archive/MakeZip.h"
 #include "archive/UnpackZip.h"
 #include "bytes/FormatError.h"
+#include "macfile/AppleDouble.h"
 #include "macfile/Metadata.h"
 
 #include "../hfsplus/TemporaryFolder.h"
@@ -212,6 +213,28 @@ TEST(Unzip, NothingLeavesItsFolder)
         fs::remove_all(folder.path() / "outer/inner");
         EXPECT_EQ(treeOf(folder.path() / "outer"), before);
     }
+}
+
+TEST(Unzip, NoMetadataReachesTheFolderAbove)
+{
+    const TemporaryFolder folder;
+    const fs::path outer = folder.path() / "outer";
+    fs::create_directories(outer / "inner");
+    fs::permissions(outer, fs::perms(0500));
+    macfile::Metadata metadata;
+    metadata.setFinderFlags(macfile::finderFlag::invisible, true);
+    metadata.attributes["com.example.note"] = bytesOf("a note");
+    const auto raw = macfile::writeAppleDouble(metadata);
+    std::ofstream(folder.path() / "double", std::ios::binary)
+        .write(reinterpret_cast<const char*>(raw.data()), static_cast<std::streamsize>(raw.size()));
+    const std::string source = "open(" + quoted(folder.path() / "double") + ", 'rb').read()";
+    const fs::path zip = madeByPython(folder,
+        "add('._..', " + source + ")\nadd('a/._..', " + source + ")\nadd('__MACOSX/._..', " + source
+            + ")\nadd('._.', " + source + ")");
+    archive::unpackZip(zip, outer / "inner");
+    EXPECT_TRUE(macfile::readMetadata(outer).empty());
+    EXPECT_EQ(fs::status(outer).permissions(), fs::perms(0500));
+    EXPECT_EQ(fs::file_size(outer / "inner/a/._.."), raw.size()) << "a file like any other";
 }
 
 TEST(Unzip, HasLimits)
