@@ -267,7 +267,7 @@ TEST(Hdiutil, VerifyFindsADamagedVolumeBehindGoodChecksums)
 
     const Outcome check = run(tools::fsckHfs, {"-fn", image});
     EXPECT_EQ(check.status, 8);
-    EXPECT_THAT(check.out, HasSubstr("\n   volume header: "));
+    EXPECT_THAT(check.out, HasSubstr("\n   invalid volume file count 99, should be 7\n"));
     EXPECT_THAT(
         check.out, EndsWith("** The volume Disk was found corrupt and needs to be repaired.\n"));
 }
