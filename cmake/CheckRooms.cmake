@@ -37,6 +37,9 @@ set(src_wizard platform process model build signing notarization assets views)
 set(src_app platform process model build signing notarization assets views wizard cli)
 set(src_cli platform process model build signing notarization)
 
+# Those that show something.
+set(drawing_rooms platform views wizard app)
+
 set(faults 0)
 macro(fault text)
     message(SEND_ERROR "${text}")
@@ -73,8 +76,11 @@ foreach(half toolbox src)
                 elseif(half STREQUAL toolbox AND line MATCHES "include <(Q[A-Za-z0-9]+|qcoro.*)[/>]")
                     fault("${name}: the toolbox knows no Qt: ${line}")
                 elseif(half STREQUAL src AND NOT room STREQUAL platform
-                        AND line MATCHES "include <(QProcess|QImage|QPixmap|QPainter|plist/.*)>")
+                        AND line MATCHES "include <(QProcess|plist/.*)>")
                     fault("${name}: only src/platform may include this: ${line}")
+                elseif(half STREQUAL src AND NOT room IN_LIST drawing_rooms
+                        AND line MATCHES "include <(QImage|QPixmap|QPainter|QWidget)>")
+                    fault("${name}: only rooms that draw may include this: ${line}")
                 endif()
             endforeach()
         endforeach()

@@ -1,0 +1,115 @@
+#include "wizard/ConfigurationView.h"
+
+#include "Scratch.h"
+#include "model/ConfigWrapper.h"
+#include "model/SettingsManager.h"
+#include "platform/FileIcons.h"
+#include "platform/HostIconService.h"
+#include "platform/UserDefaults.h"
+#include "views/SegmentedPicker.h"
+#include "wizard/PreviewGeometry.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSlider>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class Configuration : public testing::Test {
+public:
+    template <class Widget>
+    Widget& named(const QString& name)
+    {
+        for (Widget* each : view.findChildren<Widget*>()) {
+            if (each->accessibleName() == name)
+                return *each;
+        }
+        throw std::runtime_error("no control is named " + name.toStdString());
+    }
+    void type(const QString& field, const QString& text)
+    {
+        auto& edit = named<QLineEdit>(field);
+        edit.selectAll();
+        for (const QChar letter : text) {
+            QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, letter);
+            QApplication::sendEvent(&edit, &press);
+        }
+    }
+    static void turn() { QCoreApplication::processEvents(); }
+
+    Scratch scratch;
+    UserDefaults defaults{scratch.path(u"app.plist"_s)};
+    SettingsManager settings{defaults};
+    ConfigWrapper job{settings};
+    HostIconService icons{SystemRoot(u"/nowhere"_s, u"/nowhere"_s)};
+    FileIcons fileIcons{icons};
+    ConfigurationView view{job, fileIcons};
+};
+
+} // namespace
+
+TEST(Preview, FitsTheWindowIntoTheRoom)
+{
+    EXPECT_DOUBLE_EQ(PreviewGeometry::scaleFor({540, 540}, {600, 400}), 0.81);
+    EXPECT_EQ(PreviewGeometry::windowIn({540, 540}, {600, 400}), QRectF(27, 108, 486, 324));
+    EXPECT_EQ(PreviewGeometry::scaleFor({540, 540}, {0, -3}), 0);
+    EXPECT_EQ(PreviewGeometry::iconBox({140, 200}, 128), QRectF(56, 121, 168, 158));
+}
+
+TEST_F(Configuration, EveryChangeReachesTheJobOnALaterTurn)
+{
+    job.edit([](DMGConfig& config) { config.chooseArrangement(IconLayout::centered); });
+    type(u"App Icon X"_s, u"77"_s);
+    EXPECT_EQ(job.config().layout, IconLayout::centered);
+    turn();
+    EXPECT_EQ(job.config().layout, IconLayout::custom);
+    EXPECT_EQ(job.config().appIconPosition, QPointF(77, 200));
+    EXPECT_EQ(named<SegmentedPicker>(u"Layout Preset"_s).current(), 2);
+
+    named<SegmentedPicker>(u"Layout Preset"_s).findChildren<QPushButton*>()[1]->click();
+    type(u"Width"_s, u"800"_s);
+    type(u"Height"_s, u"500"_s);
+    type(u"Volume Name"_s, u"L'été “1/2”"_s);
+    turn();
+    EXPECT_EQ(job.config().appIconPosition, QPointF(184, 250));
+    EXPECT_EQ(job.config().appsSymlinkPosition, QPointF(616, 250));
+    EXPECT_EQ(job.config().volumeName, u"L'été “1/2”"_s);
+}
+
+TEST_F(Configuration, SlidersYieldOnlyTheirSteps)
+{
+    auto& icon = named<QSlider>(u"Icon size"_s);
+    auto& font = named<QSlider>(u"Font size"_s);
+    for (int position = icon.minimum(); position <= icon.maximum(); ++position) {
+        icon.setValue(position);
+        turn();
+        EXPECT_EQ(job.config().iconSize, 48 + 16 * position);
+    }
+    EXPECT_EQ(job.config().iconSize, 256);
+    font.setValue(font.minimum());
+    turn();
+    EXPECT_EQ(job.config().fontSize, 10);
+    font.setValue(font.maximum());
+    turn();
+    EXPECT_EQ(job.config().fontSize, 16);
+}
+
+TEST_F(Configuration, ShowsWhatOthersDoToTheJob)
+{
+    job.edit([](DMGConfig& config) {
+        config.resizeWidth(612);
+        config.chooseArrangement(IconLayout::classic);
+    });
+    EXPECT_EQ(named<QLineEdit>(u"Width"_s).text(), u"612"_s);
+    EXPECT_EQ(named<QLineEdit>(u"App Icon X"_s).text(), u"141"_s); // 140.76, in whole points
+    EXPECT_EQ(job.config().appIconPosition.x(), 0.23 * 612);
+    job.reset();
+    EXPECT_EQ(named<QLineEdit>(u"Volume Name"_s).text(), u"My App Installer"_s);
+    EXPECT_EQ(named<QLineEdit>(u"Width"_s).text(), u"600"_s);
+}

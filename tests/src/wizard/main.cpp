@@ -1,0 +1,14 @@
+#include "views/Theme.h"
+
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    Theme::apply(application);
+    return RUN_ALL_TESTS();
+}
