@@ -34,7 +34,8 @@ TEST_F(AppNotarizationManagerTest, TakesAnApplicationToItsEnd)
     EXPECT_EQ(manager.logs(),
         start + u"✅ Zip created at: "_s + zip
             + u"\nSubmitting to Apple Notarization Service...\n"
-              u"[notarytool] Processing complete\n  id: 2efe2717-52ef-43a5-96dc-0797e4ca1041\n  status: Accepted\n\n"
+              u"[notarytool] Processing complete\n  id: 2efe2717-52ef-43a5-96dc-0797e4ca1041\n  "
+              u"status: Accepted\n\n"
               u"✅ Notarization Accepted!\nStapling ticket to App Bundle...\n"
               u"[stapler] The staple and validate action worked!\n\n"
               u"✅ Stapling Successful!\nApp is ready for DMG creation.\n"_s);
