@@ -25,6 +25,7 @@ function(vandor_room name)
     target_include_directories(${name} PUBLIC ${half})
     set_target_properties(${name} PROPERTIES AUTOMOC "${ROOM_MOC}")
     vandor_link(${name} ${ROOM_USES})
+    vandor_take_prelude(${name} "")
 endfunction()
 
 # A tool of the toolbox: one short main, placed at the Mac's own path below the toolbox folder.
@@ -47,6 +48,7 @@ function(vandor_test name)
     vandor_link(${name} ${TEST_USES} GTest::gmock GTest::gtest)
     # What is tested is optimised; the tests themselves needn't be, and compile sooner so.
     target_compile_options(${name} PRIVATE -O0)
+    vandor_take_prelude(${name} _tests)
     target_compile_definitions(${name} PRIVATE
         TEST_DATA_DIR="${CMAKE_SOURCE_DIR}/tests/data"
         TOOLBOX_DIR="${VANDOR_TOOLBOX_DIR}"

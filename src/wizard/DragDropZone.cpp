@@ -148,7 +148,7 @@ void DragDropZone::setTargeted(bool targeted)
 
 void DragDropZone::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (!event->mimeData()->hasUrls())
+    if (event->mimeData()->urls().isEmpty())
         return;
     event->acceptProposedAction();
     setTargeted(true);

@@ -1,0 +1,1 @@
+// Something to compile for the precompiled headers to belong to.
