@@ -48,8 +48,7 @@ inline constexpr const char* sealModified =
     "invalid resource directory (directory or signature have been modified)";
 inline constexpr const char* sealMissing =
     "code has no resources but signature indicates they must be present";
-inline constexpr const char* oldSeal =
-    "resource envelope is obsolete (version 1 signature)";
+inline constexpr const char* oldSeal = "resource envelope is obsolete (version 1 signature)";
 inline constexpr const char* resourceModified = "a sealed resource is missing or invalid";
 inline constexpr const char* nestedModified = "nested code is modified or invalid";
 inline constexpr const char* badSignatureFormat = "invalid or unsupported format for signature";

@@ -168,8 +168,8 @@ private:
                     bytes::File::open(m_code.bundle->sealFile, bytes::File::Mode::read);
                 const ResourceSeal seal =
                     ResourceSeal::read(file.read(0, static_cast<std::size_t>(file.size())));
-                text = "Sealed Resources version=" + std::to_string(seal.version) + " rules="
-                    + std::to_string(seal.rules.count())
+                text = "Sealed Resources version=" + std::to_string(seal.version)
+                    + " rules=" + std::to_string(seal.rules.count())
                     + " files=" + std::to_string(seal.items.size());
             } catch (const bytes::FormatError&) {
                 text = "Sealed Resources=invalid";

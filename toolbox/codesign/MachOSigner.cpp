@@ -90,8 +90,7 @@ void requireOnlyPaddingBehindSlices(const MachOFile& file, const bytes::ByteSour
         end = std::max(end, part.extent.offset + part.extent.size);
     constexpr uint64_t mostPadding = 1U << 14;
     const uint64_t behind = source.size() - end;
-    if (behind > mostPadding
-        || !bytes::isZero(source.read(end, static_cast<std::size_t>(behind))))
+    if (behind > mostPadding || !bytes::isZero(source.read(end, static_cast<std::size_t>(behind))))
         throw bytes::FormatError("main executable failed strict validation");
 }
 

@@ -30,7 +30,7 @@ class TimeStampMismatch : public std::runtime_error {
 public:
     explicit TimeStampMismatch(std::chrono::seconds difference)
         : std::runtime_error("timestamps differ by " + std::to_string(std::abs(difference.count()))
-              + " seconds - check your system clock")
+            + " seconds - check your system clock")
     { }
 };
 

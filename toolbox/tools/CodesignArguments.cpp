@@ -90,8 +90,7 @@ const std::vector<OptionRow>& options()
         {"strict", 0, Value::optional, [](auto& call, const auto&) { call.strict = true; }},
         {"no-strict", 0, Value::none, [](auto& call, const auto&) { call.strict = false; }},
         {"dryrun", 0, Value::none, [](auto& call, const auto&) { call.dryRun = true; }},
-        {"options", 'o', Value::required,
-            takeFlags},
+        {"options", 'o', Value::required, takeFlags},
         {"timestamp", 0, Value::optional, takeStamp},
         {"entitlements", 0, Value::required,
             [](auto& call, const auto& value) {

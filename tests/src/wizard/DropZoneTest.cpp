@@ -28,8 +28,7 @@ public:
     {
         QMimeData data;
         data.setUrls(files);
-        QDragEnterEvent enter(
-            QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(&zone, &enter);
         EXPECT_EQ(zone.isTargeted(), !files.isEmpty());
         QDropEvent event(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);

@@ -75,10 +75,11 @@ public:
     PreFlightInspector inspector{shell};
     NotaryService notary{shell, Clock::system()};
     HostBookmarks bookmarks;
-    WizardView wizard{{{root, tools, Clock::system(), scripts, icons, settings, scratch.path(), nullptr},
-        {tools, shell, defaults}, {notary, shell, defaults, scratch.path()},
-        {defaults, bookmarks, ApplicationResources(scratch.path(u"resources"_s))}, keychain,
-        inspector, fileIcons, [] {}}};
+    WizardView wizard{
+        {{root, tools, Clock::system(), scripts, icons, settings, scratch.path(), nullptr},
+            {tools, shell, defaults}, {notary, shell, defaults, scratch.path()},
+            {defaults, bookmarks, ApplicationResources(scratch.path(u"resources"_s))}, keychain,
+            inspector, fileIcons, [] {}}};
 };
 
 } // namespace
