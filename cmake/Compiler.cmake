@@ -11,10 +11,6 @@ if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE Release)
 endif()
 
-# Most rooms wait for tools, disks and people, and compile a fifth sooner so; those that work on
-# every byte say FAST (see cmake/Rooms.cmake).
-set(CMAKE_CXX_FLAGS_RELEASE "-O1 -DNDEBUG")
-
 # Files of more than 2 GiB on every host.
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 

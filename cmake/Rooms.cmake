@@ -5,8 +5,6 @@
 #       SOURCES BlockTable.cpp ...
 #       USES bytes PkgConfig::deflate)
 #
-# FAST rooms work on every byte of an image and are optimised as far as the compiler can.
-#
 # Names in USES that are rooms link those rooms; everything else is a library target. The rule
 # who may include whom is also checked file by file (see cmake/CheckRooms.cmake).
 
@@ -24,16 +22,13 @@ function(vandor_link target)
 endfunction()
 
 function(vandor_room name)
-    cmake_parse_arguments(ROOM "MOC;FAST" "" "SOURCES;USES" ${ARGN})
+    cmake_parse_arguments(ROOM "MOC" "" "SOURCES;USES" ${ARGN})
     add_library(${name} STATIC ${ROOM_SOURCES})
     get_filename_component(half ${CMAKE_CURRENT_SOURCE_DIR} DIRECTORY)
     target_include_directories(${name} PUBLIC ${half})
     set_target_properties(${name} PROPERTIES AUTOMOC "${ROOM_MOC}")
     vandor_link(${name} ${ROOM_USES})
     vandor_take_prelude(${name} "")
-    if(ROOM_FAST)
-        target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O3>)
-    endif()
 endfunction()
 
 # A tool of the toolbox: one short main, placed at the Mac's own path below the toolbox folder.
