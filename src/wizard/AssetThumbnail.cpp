@@ -36,7 +36,8 @@ AssetThumbnail::AssetThumbnail(const QUrl& url, bool isRemovable, QWidget* paren
     constexpr int sharpest = 3; // pixels a point
     PictureLoader::load(
         url, picturePlace.size().toSize() * sharpest, this, [this](const QImage& picture) {
-            m_picture = QPixmap::fromImage(picture);
+            m_source = picture;
+            m_picture = {};
             update();
         });
     if (isRemovable) {
@@ -59,6 +60,22 @@ QSize AssetThumbnail::sizeHint() const
     return whole;
 }
 
+/// The picture at the screen's own resolution. Averaged once: drawn smaller at each paint, fine
+/// lines would run together into patterns.
+const QPixmap& AssetThumbnail::picture()
+{
+    const double scale = devicePixelRatioF();
+    if (m_picture.isNull() || m_picture.devicePixelRatio() != scale) {
+        const QSize pixels = (picturePlace.size() * scale).toSize();
+        QRect piece = pieceFor(m_source.size(), picturePlace.size()).toRect();
+        piece.setSize(piece.size().expandedTo({1, 1}));
+        m_picture = QPixmap::fromImage(
+            m_source.copy(piece).scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        m_picture.setDevicePixelRatio(scale);
+    }
+    return m_picture;
+}
+
 void AssetThumbnail::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -66,11 +83,10 @@ void AssetThumbnail::paintEvent(QPaintEvent*)
     QPainterPath outline;
     outline.addRoundedRect(picturePlace, Theme::Radius::control, Theme::Radius::control);
     painter.fillPath(outline, Theme::Colour::field);
-    if (!m_picture.isNull()) {
+    if (!m_source.isNull()) {
         painter.save();
         painter.setClipPath(outline);
-        painter.drawPixmap(
-            picturePlace, m_picture, pieceFor(m_picture.size(), picturePlace.size()));
+        painter.drawPixmap(picturePlace.topLeft(), picture());
         painter.restore();
     }
     painter.setBrush(Qt::NoBrush);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QImage>
 #include <QPixmap>
 #include <QUrl>
 
@@ -25,7 +26,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    const QPixmap& picture();
+
     QUrl m_url;
     bool m_isSelected = false;
-    QPixmap m_picture;
+    QImage m_source;
+    QPixmap m_picture; // of the source, as it is painted
 };
