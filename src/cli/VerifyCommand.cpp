@@ -8,6 +8,7 @@
 #include "cli/UsageError.h"
 #include "notarization/NotaryCommands.h"
 #include "notarization/VerificationManager.h"
+#include "process/ShellQuoting.h"
 #include "signing/CodesignCommands.h"
 
 #include <CLI/CLI.hpp>
@@ -77,7 +78,7 @@ QCoro::Task<int> Examination::run()
 QCoro::Task<Finding> Examination::ask(Finding finding, QString command)
 {
     try {
-        finding.said = co_await m_session.shell().runSync(NotaryCommands::withErrors(command));
+        finding.said = co_await m_session.shell().runSync(withErrors(command));
         finding.state = Finding::State::passed;
     } catch (const ShellError& error) {
         finding.said = error.text();

@@ -2,10 +2,10 @@
 
 #include "notarization/NotaryCommands.h"
 #include "notarization/NotaryService.h"
-#include "notarization/RunFailure.h"
 #include "platform/FileOperations.h"
 #include "platform/Paths.h"
 #include "platform/PlatformError.h"
+#include "process/ShellQuoting.h"
 #include "process/ShellRunner.h"
 
 using namespace Qt::StringLiterals;
@@ -33,7 +33,7 @@ QCoro::Task<Answer> ask(ShellRunner& shell, QString command)
 {
     Answer answer;
     try {
-        answer.output = co_await shell.runSync(NotaryCommands::withErrors(command));
+        answer.output = co_await shell.runSync(withErrors(command));
     } catch (const ShellError& error) {
         answer.failure = error;
     }
@@ -49,25 +49,11 @@ AppNotarizationManager::AppNotarizationManager(NotarizationHost host, QObject* p
 
 QCoro::Task<> AppNotarizationManager::notarize(QUrl application, CancellationHandle cancellation)
 {
-    if (isProcessing())
+    if (!start())
         co_return;
-    if (profileName().isEmpty()) {
-        append(u"Error: No Keychain Profile Name provided.\n"_s);
-        co_return;
-    }
     const Run run(this, project());
-    setProcessing(true);
-    begin();
-
-    const std::optional<QString> failure = co_await failureOf(
-        archiveAndSubmit(run, m_host, application, profileName(), std::move(cancellation)));
-    AppNotarizationManager* const self = run.manager();
-    if (!self)
-        co_return;
-    if (failure)
-        self->append(u"❌ Process Failed: %1\n"_s.arg(*failure));
-    self->setSuccess(!failure);
-    self->setProcessing(false);
+    co_await finish(
+        run, archiveAndSubmit(run, m_host, application, profileName(), std::move(cancellation)));
 }
 
 QCoro::Task<> AppNotarizationManager::archiveAndSubmit(Run run, NotarizationHost host,
@@ -106,9 +92,9 @@ QCoro::Task<> AppNotarizationManager::preflight(QUrl application)
         co_return;
     co_await checkNotarization(run, shell, pathOf(application));
     const bool isStapled = co_await checkStaple(run, shell, pathOf(application));
-    AppNotarizationManager* const self = run.manager();
+    NotarizationState* const self = run.manager();
     if (self && isStapled)
-        self->setSuccess(true);
+        self->setNotarizationSuccess(true);
     else if (self && !self->notarizationSuccess())
         run.say(u"\n⚠️ App is not fully ready. Please complete Notarization.\n"_s);
 }

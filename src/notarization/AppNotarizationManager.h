@@ -2,7 +2,6 @@
 
 #include "notarization/NotarizationHost.h"
 #include "notarization/NotarizationState.h"
-#include "notarization/ProjectRun.h"
 #include "platform/Cancellation.h"
 
 #include <QCoro/QCoroTask>
@@ -25,8 +24,6 @@ public:
     QCoro::Task<> preflight(QUrl application);
 
 private:
-    using Run = ProjectRun<AppNotarizationManager>;
-
     static QCoro::Task<> archiveAndSubmit(Run run, NotarizationHost host, QUrl application,
         QString profile, CancellationHandle cancellation);
     static QCoro::Task<bool> checkSignature(Run run, ShellRunner& shell, QString path);

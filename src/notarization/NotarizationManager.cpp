@@ -2,7 +2,6 @@
 
 #include "notarization/NotaryCommands.h"
 #include "notarization/NotaryService.h"
-#include "notarization/RunFailure.h"
 #include "platform/Paths.h"
 #include "process/ShellRunner.h"
 
@@ -15,25 +14,11 @@ NotarizationManager::NotarizationManager(NotarizationHost host, QObject* parent)
 
 QCoro::Task<> NotarizationManager::notarize(QUrl image, CancellationHandle cancellation)
 {
-    if (isProcessing())
+    if (!start())
         co_return;
-    if (profileName().isEmpty()) {
-        append(u"Error: No Keychain Profile Name provided.\n"_s);
-        co_return;
-    }
     const Run run(this, project());
-    setProcessing(true);
-    begin();
-
-    const std::optional<QString> failure = co_await failureOf(
-        submitAndStaple(run, m_host, image, profileName(), std::move(cancellation)));
-    NotarizationManager* const self = run.manager();
-    if (!self)
-        co_return;
-    if (failure)
-        self->append(u"❌ Process Failed: %1\n"_s.arg(*failure));
-    self->setSuccess(!failure);
-    self->setProcessing(false);
+    co_await finish(
+        run, submitAndStaple(run, m_host, image, profileName(), std::move(cancellation)));
 }
 
 QCoro::Task<> NotarizationManager::submitAndStaple(

@@ -2,7 +2,6 @@
 
 #include "notarization/NotarizationHost.h"
 #include "notarization/NotarizationState.h"
-#include "notarization/ProjectRun.h"
 #include "platform/Cancellation.h"
 
 #include <QCoro/QCoroTask>
@@ -21,8 +20,6 @@ public:
     QCoro::Task<> notarize(QUrl image, CancellationHandle cancellation = nullptr);
 
 private:
-    using Run = ProjectRun<NotarizationManager>;
-
     static QCoro::Task<> submitAndStaple(Run run, NotarizationHost host, QUrl image,
         QString profile, CancellationHandle cancellation);
     static QCoro::Task<> follow(Run run, ShellRunner& shell, QString command);

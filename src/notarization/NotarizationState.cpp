@@ -1,6 +1,9 @@
 #include "notarization/NotarizationState.h"
 
+#include "notarization/RunFailure.h"
 #include "platform/UserDefaults.h"
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -25,6 +28,31 @@ void NotarizationState::clear()
     ++m_project;
     setProcessing(false);
     begin();
+}
+
+bool NotarizationState::start()
+{
+    if (m_isProcessing)
+        return false;
+    if (m_profileName.isEmpty()) {
+        append(u"Error: No Keychain Profile Name provided.\n"_s);
+        return false;
+    }
+    setProcessing(true);
+    begin();
+    return true;
+}
+
+QCoro::Task<> NotarizationState::finish(Run run, QCoro::Task<> work)
+{
+    const std::optional<QString> failure = co_await failureOf(std::move(work));
+    NotarizationState* const self = run.manager();
+    if (!self)
+        co_return;
+    if (failure)
+        self->append(u"❌ Process Failed: %1\n"_s.arg(*failure));
+    self->setSuccess(!failure);
+    self->setProcessing(false);
 }
 
 void NotarizationState::begin()

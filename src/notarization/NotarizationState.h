@@ -1,5 +1,8 @@
 #pragma once
 
+#include "notarization/ProjectRun.h"
+
+#include <QCoro/QCoroTask>
 #include <QObject>
 #include <QString>
 
@@ -47,14 +50,21 @@ signals:
     void messageLogged(const QString& text);
 
 protected:
+    using Run = ProjectRun<NotarizationState>;
+
     NotarizationState(UserDefaults& defaults, QObject* parent);
 
+    /// Opens a notarization. False when there can be none: while another is under way, or without a
+    /// profile, which is all that the log then gets.
+    bool start();
+    /// Publishes how the notarization ends that `work` is.
+    static QCoro::Task<> finish(Run run, QCoro::Task<> work);
     /// Starts over: with an empty log and no success yet.
     void begin();
-    void setProcessing(bool value);
     void setSuccess(bool value);
 
 private:
+    void setProcessing(bool value);
     template <class Value>
     void publish(Value& field, const Value& value, void (NotarizationState::*changed)());
 

@@ -22,57 +22,51 @@ namespace NotaryCommands {
 
 QString submit(const QString& path, const QString& profile)
 {
-    return u"/usr/bin/xcrun notarytool submit %1 --keychain-profile %2 --wait"_s.arg(
-        shellQuoted(path), shellQuoted(profile));
+    return shellCommand(
+        u"/usr/bin/xcrun notarytool submit %1 --keychain-profile %2 --wait"_s, path, profile);
 }
 
 QString await(const QString& submission, const QString& profile)
 {
-    return u"/usr/bin/xcrun notarytool wait %1 --keychain-profile %2"_s.arg(
-        shellQuoted(submission), shellQuoted(profile));
+    return shellCommand(
+        u"/usr/bin/xcrun notarytool wait %1 --keychain-profile %2"_s, submission, profile);
 }
 
 QString submissionLog(const QString& submission, const QString& profile)
 {
-    return u"/usr/bin/xcrun notarytool log %1 --keychain-profile %2"_s.arg(
-        shellQuoted(submission), shellQuoted(profile));
+    return shellCommand(
+        u"/usr/bin/xcrun notarytool log %1 --keychain-profile %2"_s, submission, profile);
 }
 
 QString staple(const QString& path)
 {
-    return u"/usr/bin/xcrun stapler staple "_s + shellQuoted(path);
+    return shellCommand(u"/usr/bin/xcrun stapler staple %1"_s, path);
 }
 
 QString validateStaple(const QString& path)
 {
-    return u"/usr/bin/xcrun stapler validate "_s + shellQuoted(path);
+    return shellCommand(u"/usr/bin/xcrun stapler validate %1"_s, path);
 }
 
 QString archive(const QString& application, const QString& zip)
 {
-    return u"/usr/bin/ditto -c -k --keepParent %1 %2"_s.arg(
-        shellQuoted(application), shellQuoted(zip));
+    return shellCommand(u"/usr/bin/ditto -c -k --keepParent %1 %2"_s, application, zip);
 }
 
 QString assessInstallation(const QString& path)
 {
-    return u"/usr/sbin/spctl -a -vvv -t install "_s + shellQuoted(path);
+    return shellCommand(u"/usr/sbin/spctl -a -vvv -t install %1"_s, path);
 }
 
 QString assessImage(const QString& path)
 {
-    return u"/usr/sbin/spctl -a -t open --context context:primary-signature -v "_s
-        + shellQuoted(path);
+    return shellCommand(
+        u"/usr/sbin/spctl -a -t open --context context:primary-signature -v %1"_s, path);
 }
 
 QString describeSignature(const QString& path)
 {
-    return u"/usr/bin/codesign -dvv "_s + shellQuoted(path);
-}
-
-QString withErrors(const QString& command)
-{
-    return command + u" 2>&1"_s;
+    return shellCommand(u"/usr/bin/codesign -dvv %1"_s, path);
 }
 
 ToolCall storeCredentials(const QString& profile, const AppleAccount& account)

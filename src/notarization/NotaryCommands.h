@@ -21,8 +21,6 @@ QString assessInstallation(const QString& path);
 QString assessImage(const QString& path);
 /// The details of a signature.
 QString describeSignature(const QString& path);
-/// Any of these texts with standard error in the standard output.
-QString withErrors(const QString& command);
 
 struct AppleAccount {
     QString appleId;

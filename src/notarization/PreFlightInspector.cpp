@@ -2,6 +2,7 @@
 
 #include "notarization/NotaryCommands.h"
 #include "platform/Paths.h"
+#include "process/ShellQuoting.h"
 #include "process/ShellRunner.h"
 
 using namespace Qt::StringLiterals;
@@ -57,7 +58,7 @@ QCoro::Task<InspectionResult> PreFlightInspector::inspect(QUrl application, Prog
         result.logs += check.header;
         bool& hasPassed = result.*check.passed;
         try {
-            const QString command = NotaryCommands::withErrors(check.command(path));
+            const QString command = withErrors(check.command(path));
             const QString output = co_await shell.runSync(command);
             result.logs += output + u'\n';
             hasPassed = output.contains(check.mark);

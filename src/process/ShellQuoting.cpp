@@ -15,3 +15,8 @@ QString shellQuoted(const QString& text)
     }
     return result + u'"';
 }
+
+QString withErrors(const QString& command)
+{
+    return command + u" 2>&1"_s;
+}
