@@ -56,12 +56,14 @@ std::optional<keychain::SignatureFacts> signerOf(
 }
 
 CodeSubject::CodeSubject(const EmbeddedSignature& signature, const keychain::SignatureFacts* signer,
-    const keychain::TrustedRoots& roots, const plist::Value& info)
+    const keychain::TrustedRoots& roots, const plist::Value& info,
+    std::function<bool()> isNotarized)
     : m_signature(signature)
     , m_signer(signer)
     , m_roots(roots)
     , m_info(info)
     , m_entitlements(entitlementsOf(signature))
+    , m_isNotarized(std::move(isNotarized))
 { }
 
 const keychain::Certificate* CodeSubject::certificate(int32_t index) const

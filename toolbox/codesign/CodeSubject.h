@@ -5,6 +5,8 @@
 #include "keychain/Cms.h"
 #include "keychain/TrustedRoots.h"
 
+#include <functional>
+
 namespace codesign {
 
 /// What the CMS data of one part says; none for ad hoc code. Throws CodeError when it makes no
@@ -12,11 +14,13 @@ namespace codesign {
 std::optional<keychain::SignatureFacts> signerOf(
     const EmbeddedSignature& signature, const keychain::TrustedRoots& roots);
 
-/// One signed part as requirements see it. Borrows everything it is given.
+/// One signed part as requirements see it. Borrows everything it is given. `isNotarized` tells
+/// whether a notary answers for the code; without it, none does.
 class CodeSubject final : public RequirementSubject {
 public:
     CodeSubject(const EmbeddedSignature& signature, const keychain::SignatureFacts* signer,
-        const keychain::TrustedRoots& roots, const plist::Value& info);
+        const keychain::TrustedRoots& roots, const plist::Value& info,
+        std::function<bool()> isNotarized = {});
 
     std::string identifier() const override;
     bool hasCodeHash(std::string_view raw) const override;
@@ -29,7 +33,7 @@ public:
     bool isAnchoredAtApple() const override;
     bool isAppleGeneric() const override;
     bool isTrusted(int32_t index) const override;
-    bool isNotarized() const override { return false; }
+    bool isNotarized() const override { return m_isNotarized && m_isNotarized(); }
     uint32_t platform() const override;
 
 private:
@@ -41,6 +45,7 @@ private:
     const keychain::TrustedRoots& m_roots;
     const plist::Value& m_info;
     plist::Value m_entitlements;
+    std::function<bool()> m_isNotarized;
 };
 
 } // namespace codesign

@@ -163,7 +163,8 @@ void CodeVerifier::checkPart(const StaticCode& code, const StaticCode::Part& par
             checkPages(code, part, directory);
     }
 
-    const CodeSubject subject(signature, signer ? &*signer : nullptr, m_roots, info);
+    const CodeSubject subject(signature, signer ? &*signer : nullptr, m_roots, info,
+        [&] { return m_isNotarized && m_isNotarized(code); });
     if (const Blob* set = signature.parts.find(Slot::requirements)) {
         try {
             const auto designated = designatedRequirement(*set);

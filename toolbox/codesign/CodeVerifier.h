@@ -25,9 +25,13 @@ public:
         bool meetsTest = true; // the requirement that was asked for
     };
 
-    /// Borrows `roots`.
-    explicit CodeVerifier(const keychain::TrustedRoots& roots)
+    /// Whether a notary answers for code, for requirements that ask.
+    using NotaryQuestion = std::function<bool(const StaticCode& code)>;
+
+    /// Borrows `roots`. Without `isNotarized` no code counts as notarized.
+    explicit CodeVerifier(const keychain::TrustedRoots& roots, NotaryQuestion isNotarized = {})
         : m_roots(roots)
+        , m_isNotarized(std::move(isNotarized))
     { }
 
     /// Throws CodeError with the first thing that does not hold, and std::system_error.
@@ -46,6 +50,7 @@ private:
         const SealCandidate& candidate, const NestedCode& sealed, const Options& options) const;
 
     const keychain::TrustedRoots& m_roots;
+    NotaryQuestion m_isNotarized;
 };
 
 } // namespace codesign

@@ -4,6 +4,7 @@
 #include "codesign/CodeSubject.h"
 #include "keychain/IdentityStore.h"
 #include "notary/ServiceError.h"
+#include "notary/Stapler.h"
 #include "volumes/StateFolder.h"
 
 #include <algorithm>
@@ -101,6 +102,22 @@ TicketOpinion TicketOffice::opinionOf(
         return {TicketIssuer::apple};
     return nobody(std::string("the certificate \"") + appleTicketRootName
         + "\" is not on this host, so nobody answers for the ticket");
+}
+
+bool TicketOffice::answersFor(const codesign::StaticCode& code) const
+{
+    const auto hashes = TicketHash::allOf(code);
+    const auto isGood = [&](const std::optional<std::vector<std::byte>>& ticket) {
+        return ticket && opinionOf(*ticket, hashes).issuer != TicketIssuer::nobody;
+    };
+    const auto kept = store();
+    if (kept && !hashes.empty() && isGood(kept->find(hashes.front())))
+        return true;
+    try {
+        return isGood(stapledTicket(code));
+    } catch (const bytes::FormatError&) {
+        return false; // what lies there is no ticket
+    }
 }
 
 bool TicketOffice::asksService(

@@ -32,6 +32,9 @@ public:
     /// doesn't answer and there is none on this host.
     std::optional<std::vector<std::byte>> find(const codesign::StaticCode& code,
         const keychain::TrustedRoots& roots, const LookupPolicy& policy = {}) const;
+    /// Whether a good ticket of signed `code` is stapled to it or kept on this host; asks nobody
+    /// else.
+    bool answersFor(const codesign::StaticCode& code) const;
     /// Whether `find` asks the public service for `code`.
     bool asksService(const codesign::StaticCode& code, const keychain::TrustedRoots& roots) const;
 

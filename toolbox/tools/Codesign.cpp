@@ -10,6 +10,7 @@
 #include "keychain/IdentityStore.h"
 #include "keychain/LocalAuthority.h"
 #include "keychain/LocalTimeStamper.h"
+#include "notary/TicketOffice.h"
 #include "tools/Arguments.h"
 #include "tools/CodesignArguments.h"
 #include "tools/UserTrust.h"
@@ -138,6 +139,15 @@ int signOne(const Call& call, const SigningTools& tools, const std::string& path
     return statusGood;
 }
 
+bool isNotarized(const StaticCode& code)
+{
+    using volumes::StateFolder;
+    const notary::HttpClient client;
+    notary::SystemClock clock;
+    const auto state = StateFolder::ofUser(StateFolder::Making::whenNeeded).root();
+    return notary::TicketOffice(state, client, clock).answersFor(code);
+}
+
 int verifyOne(
     const Call& call, const keychain::TrustedRoots& roots, const std::string& path, Report& report)
 {
@@ -147,7 +157,8 @@ int verifyOne(
     CodeVerifier::Options options{.deep = call.deep, .strict = call.strict};
     if (call.verbosity >= 2)
         options.follow = [&report](const std::string& line) { report.err += line + "\n"; };
-    const auto verdict = CodeVerifier(roots).verify(path, options, test ? &*test : nullptr);
+    const auto verdict =
+        CodeVerifier(roots, isNotarized).verify(path, options, test ? &*test : nullptr);
     if (call.verbosity >= 1)
         report.err += path + ": valid on disk\n";
     if (!verdict.meetsDesignated) {

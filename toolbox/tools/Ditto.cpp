@@ -1,5 +1,6 @@
 #include "tools/Ditto.h"
 
+#include "archive/CopyTree.h"
 #include "archive/MakeZip.h"
 #include "archive/UnpackZip.h"
 #include "tools/Arguments.h"
@@ -18,7 +19,8 @@ namespace {
 constexpr int failureStatus = 1;
 constexpr const char* usage = "Usage: ditto -c -k [--keepParent] [--sequesterRsrc | --norsrc] "
                               "<source> <destination archive>\n"
-                              "       ditto -x -k <source archive>... <destination folder>\n";
+                              "       ditto -x -k <source archive>... <destination folder>\n"
+                              "       ditto [--norsrc] <source>... <destination>\n";
 
 /// Those behind the blank ask for what is done anyway.
 constexpr std::array options{Option{"-c"}, Option{"-x"}, Option{"-k"}, Option{"--keepParent"},
@@ -80,16 +82,23 @@ void makeArchive(const Arguments& arguments, const Paths& paths)
 void run(const Arguments& arguments)
 {
     const bool makes = arguments.has("-c");
-    if (makes == arguments.has("-x") || !arguments.has("-k"))
-        throw UsageError("this host's ditto makes and unpacks zip archives only");
+    const bool unpacks = arguments.has("-x");
+    if (makes && unpacks)
+        throw UsageError("an archive is either made or unpacked");
+    if ((makes || unpacks) != arguments.has("-k"))
+        throw UsageError("this host's ditto knows zip archives only: -c -k and -x -k");
     const Paths paths = pathsFrom(arguments);
     for (std::size_t i = 0; i < paths.sources.size(); ++i)
         if (!fs::exists(paths.sources[i]))
             throw std::runtime_error("can't get real path for source '" + paths.given[i] + "'");
     if (makes)
         return makeArchive(arguments, paths);
-    for (const fs::path& source : paths.sources)
-        archive::unpackZip(source, paths.target);
+    for (const fs::path& source : paths.sources) {
+        if (unpacks)
+            archive::unpackZip(source, paths.target);
+        else
+            archive::copyTree(source, paths.target, !arguments.has("--norsrc"));
+    }
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "archive/CopyTree.h"
 #include "archive/MakeZip.h"
 #include "archive/UnpackZip.h"
 #include "bytes/FormatError.h"
@@ -151,6 +152,48 @@ TEST(Zip, KeepsATreeAsItIs)
         EXPECT_EQ(contentOf(zip) == contentOf(folder.path() / "again.zip"), true)
             << "the same tree gives the same archive";
     }
+}
+
+TEST(CopyTree, KeepsATreeAsItIsAndFillsUpWhatIsThere)
+{
+    const TemporaryFolder folder;
+    const fs::path app = sampleApplication(folder);
+    fs::create_hard_link(app / "Contents/empty", app / "Contents/second name");
+    const fs::path copy = folder.path() / "copy";
+    archive::copyTree(app, copy / "deep" / app.filename());
+    EXPECT_EQ(treeOf(copy / "deep" / app.filename()), treeOf(app));
+    EXPECT_TRUE(fs::equivalent(copy / "deep" / app.filename() / "Contents/empty",
+        copy / "deep" / app.filename() / "Contents/second name"));
+
+    folder.write("copy/deep/Müller.app/Contents/mine", "stays");
+    folder.write("copy/deep/Müller.app/Contents/MacOS/Müller", "goes");
+    archive::copyTree(app, copy / "deep" / app.filename());
+    EXPECT_EQ(contentOf(copy / "deep/Müller.app/Contents/mine"), "stays");
+    fs::remove(copy / "deep/Müller.app/Contents/mine");
+    EXPECT_EQ(treeOf(copy / "deep/Müller.app/Contents/MacOS"), treeOf(app / "Contents/MacOS"));
+
+    archive::copyTree(app / "Contents/Zoe\xcc\x88", copy);
+    archive::copyTree(app / "Contents/empty", copy / "other name");
+    EXPECT_EQ(contentOf(copy / "Zoe\xcc\x88"), "a decomposed name");
+    EXPECT_EQ(describe(copy / "other name"), describe(app / "Contents/empty"));
+    archive::copyTree(app / "Contents/empty", copy / "plain", false);
+    EXPECT_TRUE(macfile::readMetadata(copy / "plain").empty());
+}
+
+TEST(CopyTree, NeverWritesIntoWhatItReadsOrThroughALink)
+{
+    const TemporaryFolder folder;
+    const fs::path app = sampleApplication(folder);
+    const auto before = treeOf(app);
+    for (const fs::path& target : {app, app / "Contents/..inside", app / "Contents/Framework"})
+        EXPECT_THROW(archive::copyTree(app, target), std::system_error) << target;
+    EXPECT_EQ(treeOf(app), before);
+
+    fs::create_directories(folder.path() / "outside");
+    fs::create_directories(folder.path() / "copy");
+    fs::create_directory_symlink(folder.path() / "outside", folder.path() / "copy/Contents");
+    EXPECT_THROW(archive::copyTree(app, folder.path() / "copy"), std::system_error);
+    EXPECT_TRUE(fs::is_empty(folder.path() / "outside"));
 }
 
 TEST(Zip, OtherReadersAgree)

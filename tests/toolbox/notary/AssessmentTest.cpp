@@ -98,6 +98,8 @@ void expectVerdict(const Row& row, const fs::path& path)
         EXPECT_THAT(notes, Not(HasSubstr(word)));
     EXPECT_EQ(outcome.err.find(localNote) != std::string::npos, row.status == 0);
     EXPECT_EQ(validate(path).status, row.stapleStatus);
+    EXPECT_EQ(
+        run(tools::codesign, {"--verify", "-R=notarized", path}).status == 0, row.status == 0);
 }
 
 TEST(Assessment, OfAnApplicationFollowsFromSignatureAndTicket)
