@@ -17,6 +17,8 @@ function(vandor_prelude name)
     add_library(${name} OBJECT ${CMAKE_SOURCE_DIR}/cmake/prelude.cpp)
     target_link_libraries(${name} PRIVATE ${PRELUDE_USES} vandor_options)
     target_compile_options(${name} PRIVATE ${PRELUDE_OPTIONS})
+    # Warnings are as they were when the prelude was compiled.
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ${VANDOR_LARGE_UNITS})
     target_precompile_headers(${name} PRIVATE ${PRELUDE_HEADERS})
 endfunction()
 

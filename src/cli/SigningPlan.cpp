@@ -10,14 +10,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString codesign = u"/usr/bin/codesign"_s;
+const QString codesignTool = u"/usr/bin/codesign"_s;
 
 /// The same call that signs, but that it stops before anything is changed. Who signs makes no
 /// difference to what is signed, so nobody is named.
 ToolCall dryRunOf(const Subject& subject)
 {
     ToolCall call;
-    call.program = codesign;
+    call.program = codesignTool;
     call.arguments = {u"--dryrun"_s, u"--force"_s, u"--sign"_s, u"-"_s};
     if (!subject.isImage())
         call.arguments += {u"--options"_s, u"runtime"_s, u"--deep"_s};
@@ -36,7 +36,7 @@ QCoro::Task<int> plan(SigningSession& session, Subject subject, CommandReport& r
         co_return ExitStatus::interrupted;
     }
     if (!outcome.succeeded()) {
-        report.failed({u"there is no plan"_s, u"looking for code"_s, codesign,
+        report.failed({u"there is no plan"_s, u"looking for code"_s, codesignTool,
             outcome.launchError.value_or(QString::fromUtf8(outcome.error).trimmed()),
             u"Mend what the tool names; signing would stop there too."_s});
         co_return ExitStatus::failed;

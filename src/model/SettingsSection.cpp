@@ -4,12 +4,12 @@
 
 namespace {
 
-struct Row {
+struct Title {
     SettingsSection section;
     QLatin1String title;
 };
 
-constexpr Row rows[] = {
+constexpr Title titles[] = {
     {SettingsSection::signing, QLatin1String("Signing")},
     {SettingsSection::notarization, QLatin1String("Notarization")},
     {SettingsSection::workflow, QLatin1String("Workflow")},
@@ -22,12 +22,12 @@ constexpr Row rows[] = {
 
 QString rawValue(SettingsSection section)
 {
-    return rows[static_cast<size_t>(section)].title;
+    return titles[static_cast<size_t>(section)].title;
 }
 
 std::optional<SettingsSection> settingsSectionFromRawValue(const QString& text)
 {
-    for (const Row& row : rows) {
+    for (const Title& row : titles) {
         if (text == row.title)
             return row.section;
     }

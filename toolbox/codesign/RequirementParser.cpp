@@ -11,7 +11,7 @@ using bytes::FormatError;
 
 namespace {
 
-constexpr int deepest = 200;
+constexpr int deepestNesting = 200;
 
 enum class Kind { end, word, text, hash, symbol };
 
@@ -175,7 +175,7 @@ private:
 
     void enter()
     {
-        if (++m_depth > deepest)
+        if (++m_depth > deepestNesting)
             fail("less nesting");
     }
 

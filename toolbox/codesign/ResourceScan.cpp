@@ -13,7 +13,7 @@ using bytes::FormatError;
 
 namespace {
 
-constexpr int deepest = 200;
+constexpr int deepestFolder = 200;
 
 class Scan {
 public:
@@ -41,7 +41,7 @@ private:
 
     void visitFolder(const fs::path& folder, const std::string& prefix, int depth)
     {
-        if (depth > deepest)
+        if (depth > deepestFolder)
             throw FormatError("folders nested too deeply: " + prefix);
         for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
             const std::string path = prefix + entry.path().filename().string();

@@ -9,31 +9,31 @@ namespace finder {
 namespace {
 
 template <typename Owner, typename Value>
-struct Key {
+struct NamedField {
     const char* key;
     Value Owner::*field;
 };
 
 constexpr std::array realKeys{
-    Key<IconViewSettings, double>{"iconSize", &IconViewSettings::iconSize},
-    Key<IconViewSettings, double>{"textSize", &IconViewSettings::textSize},
-    Key<IconViewSettings, double>{"gridSpacing", &IconViewSettings::gridSpacing},
-    Key<IconViewSettings, double>{"gridOffsetX", &IconViewSettings::gridOffsetX},
-    Key<IconViewSettings, double>{"gridOffsetY", &IconViewSettings::gridOffsetY},
-    Key<IconViewSettings, double>{"scrollPositionX", &IconViewSettings::scrollPositionX},
-    Key<IconViewSettings, double>{"scrollPositionY", &IconViewSettings::scrollPositionY},
+    NamedField<IconViewSettings, double>{"iconSize", &IconViewSettings::iconSize},
+    NamedField<IconViewSettings, double>{"textSize", &IconViewSettings::textSize},
+    NamedField<IconViewSettings, double>{"gridSpacing", &IconViewSettings::gridSpacing},
+    NamedField<IconViewSettings, double>{"gridOffsetX", &IconViewSettings::gridOffsetX},
+    NamedField<IconViewSettings, double>{"gridOffsetY", &IconViewSettings::gridOffsetY},
+    NamedField<IconViewSettings, double>{"scrollPositionX", &IconViewSettings::scrollPositionX},
+    NamedField<IconViewSettings, double>{"scrollPositionY", &IconViewSettings::scrollPositionY},
 };
 
 constexpr std::array switchKeys{
-    Key<IconViewSettings, bool>{"labelOnBottom", &IconViewSettings::labelOnBottom},
-    Key<IconViewSettings, bool>{"showIconPreview", &IconViewSettings::showIconPreview},
-    Key<IconViewSettings, bool>{"showItemInfo", &IconViewSettings::showItemInfo},
+    NamedField<IconViewSettings, bool>{"labelOnBottom", &IconViewSettings::labelOnBottom},
+    NamedField<IconViewSettings, bool>{"showIconPreview", &IconViewSettings::showIconPreview},
+    NamedField<IconViewSettings, bool>{"showItemInfo", &IconViewSettings::showItemInfo},
 };
 
 constexpr std::array colourKeys{
-    Key<Background, double>{"backgroundColorRed", &Background::red},
-    Key<Background, double>{"backgroundColorGreen", &Background::green},
-    Key<Background, double>{"backgroundColorBlue", &Background::blue},
+    NamedField<Background, double>{"backgroundColorRed", &Background::red},
+    NamedField<Background, double>{"backgroundColorGreen", &Background::green},
+    NamedField<Background, double>{"backgroundColorBlue", &Background::blue},
 };
 
 const std::string typeKey = "backgroundType";

@@ -13,7 +13,7 @@ constexpr FourCC iconViewCode = "icvp";
 constexpr FourCC viewCode = "vstl";
 constexpr FourCC versionCode = "vSrn"; // stands in every store of a Finder
 constexpr FourCC locationCode = "Iloc";
-constexpr auto itself = DesktopStore::folderItself;
+constexpr auto volumeWindow = DesktopStore::folderItself;
 
 /// What `read` makes of a record; `otherwise` where there is none or a damaged one, since a
 /// Finder discards that too.
@@ -33,7 +33,7 @@ Settings settingsOf(
 
 IconViewSettings iconViewOf(const DesktopStore& store)
 {
-    return settingsOf(store, itself, iconViewCode, IconViewSettings{}, readIconViewSettings);
+    return settingsOf(store, volumeWindow, iconViewCode, IconViewSettings{}, readIconViewSettings);
 }
 
 } // namespace
@@ -78,14 +78,14 @@ void VolumeWindowStyle::removeBackground()
 VolumeWindowStyle VolumeWindowStyle::readFrom(const DesktopStore& store)
 {
     VolumeWindowStyle style;
-    style.window = settingsOf(store, itself, windowCode, style.window, readWindowSettings);
+    style.window = settingsOf(store, volumeWindow, windowCode, style.window, readWindowSettings);
     style.icons = iconViewOf(store);
-    style.view = settingsOf(store, itself, viewCode, style.view, [](const auto& raw) {
+    style.view = settingsOf(store, volumeWindow, viewCode, style.view, [](const auto& raw) {
         const FourCC stored(bytes::ByteReader(raw).u32());
         return stored.value != 0 ? stored : FourCC("icnv"); // zero in some stores: none chosen
     });
     for (const StoreRecord& record : store.records()) {
-        if (record.code != locationCode || record.name == itself)
+        if (record.code != locationCode || record.name == volumeWindow)
             continue;
         try {
             style.positions.emplace(record.name, readIconLocation(record.value.bytes));
@@ -99,11 +99,11 @@ VolumeWindowStyle VolumeWindowStyle::readFrom(const DesktopStore& store)
 void VolumeWindowStyle::applyTo(DesktopStore& store) const
 {
     if (iconViewOf(store).background != icons.background)
-        removeBackgroundBookmark(store, itself);
-    store.set(itself, windowCode, StoreValue::blob(writeWindowSettings(window)));
-    store.set(itself, iconViewCode, StoreValue::blob(writeIconViewSettings(icons)));
-    store.set(itself, versionCode, StoreValue::number(1));
-    store.set(itself, viewCode, StoreValue::code(view));
+        removeBackgroundBookmark(store, volumeWindow);
+    store.set(volumeWindow, windowCode, StoreValue::blob(writeWindowSettings(window)));
+    store.set(volumeWindow, iconViewCode, StoreValue::blob(writeIconViewSettings(icons)));
+    store.set(volumeWindow, versionCode, StoreValue::number(1));
+    store.set(volumeWindow, viewCode, StoreValue::code(view));
     const auto present = readFrom(store).positions;
     for (const auto& [name, location] : positions) {
         const auto same = present.find(name);

@@ -9,7 +9,7 @@ namespace hfsplus {
 namespace {
 
 constexpr std::size_t pageBytes = 4096;
-constexpr std::size_t bufferBytes = 256 * pageBytes;
+constexpr std::size_t copyBytes = 256 * pageBytes;
 
 /// Writes the runs of pages in `raw` that aren't zero.
 void writePages(bytes::File& file, uint64_t offset, std::span<const std::byte> raw)
@@ -34,7 +34,7 @@ void writePages(bytes::File& file, uint64_t offset, std::span<const std::byte> r
 void copySparse(const bytes::ByteSource& source, bytes::File& file)
 {
     const uint64_t size = source.size();
-    std::vector<std::byte> buffer(static_cast<std::size_t>(std::min<uint64_t>(size, bufferBytes)));
+    std::vector<std::byte> buffer(static_cast<std::size_t>(std::min<uint64_t>(size, copyBytes)));
     for (uint64_t offset = 0; offset < size; offset += buffer.size()) {
         const auto piece = std::span(buffer).first(
             static_cast<std::size_t>(std::min<uint64_t>(size - offset, buffer.size())));

@@ -10,13 +10,13 @@ namespace hfsplus {
 namespace {
 
 /// A tree is edited in memory; one of a million files ends far below.
-constexpr uint64_t largestTree = uint64_t{1} << 30;
+constexpr uint64_t largestEditable = uint64_t{1} << 30;
 /// How full nodes may become, in the order of preference.
 constexpr unsigned fills[] = {85, 93, 100};
 
 std::vector<std::byte> wholeFile(const bytes::ByteSource& file)
 {
-    if (file.size() > largestTree)
+    if (file.size() > largestEditable)
         throw bytes::FormatError("a tree is too large to be edited");
     return file.read(0, static_cast<std::size_t>(file.size()));
 }

@@ -28,7 +28,7 @@ constexpr auto matchLengthSymbols = symbolsOf<largestMatchLength>(matchLengths);
 
 using LengthTable = EncoderTable<LengthAlphabet::symbolCount, LengthAlphabet::stateCount>;
 using DistanceTable = EncoderTable<DistanceAlphabet::symbolCount, DistanceAlphabet::stateCount>;
-using LiteralTable = EncoderTable<literalSymbols, literalStates>;
+using LiteralEncoder = EncoderTable<literalSymbols, literalStates>;
 
 /// Decoders may read this much from before the bits of the triples.
 constexpr std::size_t lmdPadding = 8;
@@ -125,7 +125,7 @@ Frequencies BlockEncoder::countSymbols() const
 
 void BlockEncoder::encodeLiterals(BlockHeader& header, PayloadWriter& out) const
 {
-    const LiteralTable table(header.frequencies.literals);
+    const LiteralEncoder table(header.frequencies.literals);
     std::array<uint32_t, 4> states{};
     for (std::size_t i = m_literals.size(); i > 0; i -= states.size()) {
         for (std::size_t lane = states.size(); lane-- > 0;)

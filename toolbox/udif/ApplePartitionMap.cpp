@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint16_t driverSignature = 0x4552; // "ER"
 constexpr uint16_t entrySignature = 0x504D; // "PM"
-constexpr uint32_t entryLimit = 256;
+constexpr uint32_t partitionLimit = 256;
 
 struct DriverDescriptor {
     bytes::be16 signature{}, blockSize{};
@@ -73,7 +73,7 @@ std::optional<PartitionMap> readApplePartitionMap(const bytes::ByteSource& disk)
         return {};
     const uint64_t sectors = disk.size() / sectorBytes;
     const uint32_t count = entryAt(disk, *unit)->entries;
-    if (count == 0 || count > entryLimit)
+    if (count == 0 || count > partitionLimit)
         return {};
 
     PartitionMap map{.scheme = PartitionScheme::apple,

@@ -14,12 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string contentOf(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 /// Both files get names that no other run in the folder has.
 fs::path freshFile(const fs::path& folder, const char* what)
 {
@@ -28,6 +22,12 @@ fs::path freshFile(const fs::path& folder, const char* what)
 }
 
 } // namespace
+
+std::string contentOf(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
 
 ProgramRun::ProgramRun(const std::vector<std::string>& command, const fs::path& folder)
 {

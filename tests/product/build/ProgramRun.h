@@ -48,3 +48,5 @@ std::string vandor();
 std::string hdiutil();
 /// What lies directly in `folder`, sorted, hidden names included.
 std::vector<std::string> namesIn(const std::filesystem::path& folder);
+/// A file's bytes; none when there is no such file.
+std::string contentOf(const std::filesystem::path& path);

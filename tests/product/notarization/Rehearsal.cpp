@@ -52,9 +52,3 @@ std::size_t Rehearsal::submissions() const
         count += name.ends_with(".log.json") ? 1 : 0;
     return count;
 }
-
-std::string contentOf(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}

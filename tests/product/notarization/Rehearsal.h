@@ -33,5 +33,3 @@ public:
 private:
     TemporaryFolder m_folder;
 };
-
-std::string contentOf(const std::filesystem::path& file);

@@ -26,7 +26,7 @@ public:
 };
 
 /// A host of its own for a row of a table.
-struct Fresh : BuildManagerTest {
+struct FreshBuildManager : BuildManagerTest {
     void TestBody() override { }
 };
 
@@ -97,7 +97,7 @@ TEST_F(BuildManagerTest, ACancelledBuildEndsAsItsStepsDo)
             u"] \n[!] Build Cancelled by User.\n"_s, 0},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshBuildManager test;
         test.clock.isHeld = true;
         test.scripted.script(u"hdiutil"_s, u"convert"_s, row.conversion);
         test.manager->cancel();

@@ -44,7 +44,7 @@ public:
 };
 
 /// A host of its own for a row of a table.
-struct Fresh : DMGGeneratorTest {
+struct FreshDMGGenerator : DMGGeneratorTest {
     void TestBody() override { }
 };
 
@@ -168,7 +168,7 @@ TEST_F(DMGGeneratorTest, FailuresEndTheBuildWithTheirTextAndCleanUp)
             u"DMG Conversion failed: disk full\n"_s, 6},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshDMGGenerator test;
         row.arrange(test);
         EXPECT_EQ(test.build().toStdString(), row.failure.toStdString()) << row.name;
         EXPECT_EQ(test.scripted.calls().size(), row.callCount) << row.name;
@@ -203,7 +203,7 @@ TEST_F(DMGGeneratorTest, AToolThatCannotBeStartedMattersWhereItsWorkDoes)
             u"Volume Ejection Failed: Failed to launch diskutil: "_s},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshDMGGenerator test;
         test.scripted.remove(row.tool);
         if (row.hasPreviousVolume)
             test.mountPreviousVolume();
@@ -282,7 +282,7 @@ TEST_F(DMGGeneratorTest, TakesTheApplicationsIconWhereTheSystemHasNone)
             "Warning: NSWorkspace failed to set icon for volume at /Volumes/My App Installer\n"},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshDMGGenerator test;
         test.icons.ofApplication.reset();
         test.icons.refuses = row.refuses;
         if (!row.hasFileIcons)

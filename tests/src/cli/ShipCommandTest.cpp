@@ -11,8 +11,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString identifier = u"2efe2717-52ef-43a5-96dc-0797e4ca1041"_s;
-const QString adaPrint = u"0123456789ABCDEF0123456789ABCDEF01234567"_s;
-const QString bobPrint = u"FEDCBA9876543210FEDCBA9876543210FEDCBA98"_s;
+const QString adaSha1 = u"0123456789ABCDEF0123456789ABCDEF01234567"_s;
+const QString bobSha1 = u"FEDCBA9876543210FEDCBA9876543210FEDCBA98"_s;
 
 /// Tools that leave signatures and tickets in what they work on, and look for them there.
 class Ship : public CommandFixture {
@@ -22,8 +22,8 @@ public:
         host.rootOfUser = [this] { return SystemRoot(scripted.path(), path(u"state"_s)); };
         qputenv("HOME", QFile::encodeName(folder()));
         signing.answer(u"find-identity"_s,
-            u"cat <<'END'\n"_s + identityLine(adaPrint, u"Developer ID Application: Ada (TEAM)"_s)
-                + identityLine(bobPrint, u"Bob"_s) + u"END\n"_s);
+            u"cat <<'END'\n"_s + identityLine(adaSha1, u"Developer ID Application: Ada (TEAM)"_s)
+                + identityLine(bobSha1, u"Bob"_s) + u"END\n"_s);
         letSign();
         signing.answer(u"verify"_s, look(u"signature"_s));
         signing.answer(u"describe"_s, look(u"signature"_s) + u"; echo Timestamp=now"_s);
@@ -42,7 +42,7 @@ public:
         signing.answer(u"sign"_s,
             mark(u"signature"_s)
                 + u"; case \"$*\" in *%1*) echo Bob;; *) echo 'Developer ID Application: Ada "
-                  u"(TEAM)';; esac > '%2'"_s.arg(bobPrint, path(u"signer"_s)));
+                  u"(TEAM)';; esac > '%2'"_s.arg(bobSha1, path(u"signer"_s)));
     }
     int ship(const QStringList& more = {})
     {

@@ -19,7 +19,7 @@ public:
                                u"\n--- 1. Checking Signature & Timestamp ---\n"_s;
 };
 
-struct Fresh : AppNotarizationManagerTest { };
+struct FreshAppNotarizationManager : AppNotarizationManagerTest { };
 
 TEST_F(AppNotarizationManagerTest, TakesAnApplicationToItsEnd)
 {
@@ -70,7 +70,7 @@ TEST_F(AppNotarizationManagerTest, EndsWhereAStepFails)
             u"❌ Process Failed: The command ended with status 65.\n"_s, true},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshAppNotarizationManager test;
         test.scripted.answer(row.request, row.answer);
         await(test.manager.notarize(test.application));
         EXPECT_TRUE(test.manager.logs().startsWith(start)) << row.name;
@@ -141,7 +141,7 @@ TEST_F(AppNotarizationManagerTest, InspectionTellsWhatIsMissing)
             false},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshAppNotarizationManager test;
         test.scripted.answer(row.request, row.answer);
         test.signing.answer(row.request, row.answer);
         await(test.manager.preflight(test.application));

@@ -17,7 +17,7 @@ public:
     const QString end = u"✅ Gatekeeper Verification Passed!\nReady for distribution!\n"_s;
 };
 
-struct Fresh : NotarizationManagerTest { };
+struct FreshNotarizationManager : NotarizationManagerTest { };
 
 TEST_F(NotarizationManagerTest, TakesAnImageToItsEnd)
 {
@@ -77,7 +77,7 @@ TEST_F(NotarizationManagerTest, EndsWhereAStepFails)
             true, end, 5},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshNotarizationManager test;
         await(test.manager->notarize(test.image));
         const qsizetype before = test.scripted.calls().size();
         test.scripted.answer(row.request, row.answer);

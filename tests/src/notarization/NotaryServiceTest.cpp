@@ -25,7 +25,7 @@ public:
     const NotaryService::Log log = [this](const QString& message) { messages += message; };
 };
 
-struct Fresh : NotaryServiceTest { };
+struct FreshNotaryService : NotaryServiceTest { };
 
 TEST_F(NotaryServiceTest, TheToolsTextDecides)
 {
@@ -54,7 +54,7 @@ TEST_F(NotaryServiceTest, TheToolsTextDecides)
         {"the network, then a refusal", lost, u"echo status: Invalid"_s, invalid, 2},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshNotaryService test;
         test.scripted.answer(u"submit"_s, row.later);
         test.scripted.answer(u"submit.1"_s, row.first);
         EXPECT_EQ(test.submit(), row.end) << row.name;

@@ -9,7 +9,7 @@ namespace {
 struct PreFlightInspectorTest : NotarizationFixture {
     PreFlightInspector inspector{shell};
 };
-struct Fresh : PreFlightInspectorTest { };
+struct FreshPreFlightInspector : PreFlightInspectorTest { };
 
 TEST_F(PreFlightInspectorTest, TheFirstCheckThatFailsEndsIt)
 {
@@ -59,7 +59,7 @@ TEST_F(PreFlightInspectorTest, TheFirstCheckThatFailsEndsIt)
     const QStringList labels{
         u"Checking Signature..."_s, u"Checking Notarization..."_s, u"Checking Staple..."_s};
     for (const Row& row : rows) {
-        Fresh test;
+        FreshPreFlightInspector test;
         test.scripted.answer(row.request, row.answer);
         test.signing.answer(row.request, row.answer);
         QStringList seen;

@@ -11,7 +11,7 @@ struct VerificationManagerTest : NotarizationFixture {
     const QString start = u"Staring Deep Verification for My App 1.0.dmg...\n"_s;
     const GatekeeperState rejected = GatekeeperState::rejected(u"Assessment failed"_s);
 };
-struct Fresh : VerificationManagerTest { };
+struct FreshVerificationManager : VerificationManagerTest { };
 
 TEST_F(VerificationManagerTest, GradesByTheFirstAssessment)
 {
@@ -46,7 +46,7 @@ TEST_F(VerificationManagerTest, GradesByTheFirstAssessment)
             AuthorityState::unsignedCode, u"x: accepted\n\n"_s + failed},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshVerificationManager test;
         test.scripted.answer(u"install"_s, row.answer);
         test.scripted.answer(u"open"_s, u"echo opened >&2; exit 3"_s);
         QCoro::Task<> verification = test.manager->verify(test.image);

@@ -13,7 +13,7 @@ public:
 };
 
 /// One of its own for a row of a table.
-struct Fresh : SigningManagerTest { };
+struct FreshSigningManager : SigningManagerTest { };
 
 TEST_F(SigningManagerTest, SignsAndVerifiesAnImage)
 {
@@ -52,7 +52,7 @@ TEST_F(SigningManagerTest, OnlyTheVerificationDecides)
             false},
     };
     for (const Row& row : rows) {
-        Fresh test;
+        FreshSigningManager test;
         await(test.manager->signDMG(test.image, test.identity));
         test.scripted.answer(u"sign"_s, row.signing);
         test.scripted.answer(u"verify"_s, row.verification);
@@ -83,7 +83,7 @@ TEST_F(SigningManagerTest, PathsReachTheToolAsTheyAre)
 {
     for (const QString& name :
         {u"My \"App\" $HOME `id` $(id) \\.dmg"_s, u"100% Zoë's %20 [x]*!.dmg"_s}) {
-        Fresh test;
+        FreshSigningManager test;
         await(test.manager->signDMG(QUrl::fromLocalFile(u"/out/"_s + name), test.identity));
         EXPECT_TRUE(test.manager->logs().startsWith(u"Signing %1...\n"_s.arg(name)));
         for (const QString& call : test.scripted.calls())

@@ -16,7 +16,7 @@ struct Sample {
 };
 static_assert(sizeof(Sample) == 14 && isStoredRecord<Sample>);
 
-std::span<const std::byte> asBytes(std::string_view text)
+std::span<const std::byte> bytesOf(std::string_view text)
 {
     return std::as_bytes(std::span(text.data(), text.size()));
 }
@@ -28,7 +28,7 @@ TEST(StoredIntegers, LieInTheFileInTheirOwnByteOrder)
     writer.record(sample);
 
     const std::string expected("\x42\x44\x04\x03\x02\x01\x11\x22\x33\x44\x55\x66\x77\x88", 14);
-    EXPECT_TRUE(std::ranges::equal(writer.bytes(), asBytes(expected)));
+    EXPECT_TRUE(std::ranges::equal(writer.bytes(), bytesOf(expected)));
 
     const auto back = recordAt<Sample>(writer.bytes());
     EXPECT_EQ(back.magic, 0x4244);
@@ -38,7 +38,7 @@ TEST(StoredIntegers, LieInTheFileInTheirOwnByteOrder)
 
 TEST(ByteReader, StopsAtTheEndAndSaysWhere)
 {
-    ByteReader reader(asBytes(std::string_view("\x00\x01\x00\x41\x00", 5)), 1000);
+    ByteReader reader(bytesOf(std::string_view("\x00\x01\x00\x41\x00", 5)), 1000);
     EXPECT_EQ(reader.u16(), 1);
     EXPECT_EQ(reader.utf16(1), u"A");
     try {
@@ -56,16 +56,16 @@ TEST(ByteReader, StopsAtTheEndAndSaysWhere)
 
 TEST(Crc32, JoinsAndSkipsZerosLikeTheWholeRun)
 {
-    EXPECT_EQ(crc32(asBytes("123456789")), 0xCBF43926U);
+    EXPECT_EQ(crc32(bytesOf("123456789")), 0xCBF43926U);
 
     const std::string first = "the first run, ";
     const std::string second = "and the second";
-    EXPECT_EQ(crc32Joined(crc32(asBytes(first)), crc32(asBytes(second)), second.size()),
-        crc32(asBytes(first + second)));
+    EXPECT_EQ(crc32Joined(crc32(bytesOf(first)), crc32(bytesOf(second)), second.size()),
+        crc32(bytesOf(first + second)));
 
     for (const std::size_t count : {0UL, 1UL, 7UL, 512UL, 1000003UL}) {
         const std::string zeros(count, '\0');
-        EXPECT_EQ(crc32ThenZeros(crc32(asBytes(first)), count), crc32(asBytes(first + zeros)))
+        EXPECT_EQ(crc32ThenZeros(crc32(bytesOf(first)), count), crc32(bytesOf(first + zeros)))
             << count << " zeros";
     }
 }

@@ -20,10 +20,10 @@ namespace {
 using namespace testing_udif;
 using namespace udif;
 
-enum class Outcome { whole, faulty, refused };
+enum class Verdict { whole, faulty, refused };
 
 /// Does with an image in memory what the tools do with one in a file.
-Outcome use(const Bytes& content)
+Verdict use(const Bytes& content)
 {
     const bytes::MemoryDevice file(content);
     try {
@@ -33,9 +33,9 @@ Outcome use(const Bytes& content)
         // Damage of a count can make a disk of petabytes, all of them zeros.
         const uint64_t length = std::min<uint64_t>(disk.size(), 1 << 20);
         disk.read(disk.size() - length, length);
-        return verifyUdif(file, image, {.threads = 1}).valid() ? Outcome::whole : Outcome::faulty;
+        return verifyUdif(file, image, {.threads = 1}).valid() ? Verdict::whole : Verdict::faulty;
     } catch (const bytes::FormatError&) {
-        return Outcome::refused;
+        return Verdict::refused;
     }
 }
 
@@ -54,13 +54,13 @@ protected:
 
 TEST_P(Damage, EveryTruncationIsRefused)
 {
-    ASSERT_EQ(use(m_image), Outcome::whole);
+    ASSERT_EQ(use(m_image), Verdict::whole);
     // All lengths around the structures, every 37th elsewhere.
     for (std::size_t length = 0; length < m_image.size(); ++length) {
         const bool nearEnd = m_image.size() - length < 600;
         if (nearEnd || length % 37 == 0 || length < 600) {
             ASSERT_EQ(use(Bytes(m_image.begin(), m_image.begin() + static_cast<long>(length))),
-                Outcome::refused)
+                Verdict::refused)
                 << length;
         }
     }
@@ -72,7 +72,7 @@ TEST_P(Damage, ABitFlippedInTheDataForkIsNeverMissed)
     for (std::size_t i = 0; i < image.trailer.dataForkLength; i += 37) {
         Bytes damaged = m_image;
         damaged[i] ^= static_cast<std::byte>(1 << i % 8);
-        ASSERT_NE(use(damaged), Outcome::whole) << i;
+        ASSERT_NE(use(damaged), Verdict::whole) << i;
     }
 }
 
@@ -90,7 +90,7 @@ TEST_P(Damage, ThousandsOfChangedBytesNeverDoHarm)
                 random() % 2 == 0 ? m_image.size() - 1 - random() % 512 : random() % m_image.size();
             damaged[offset] = static_cast<std::byte>(random());
         }
-        noticed += use(damaged) != Outcome::whole;
+        noticed += use(damaged) != Verdict::whole;
     }
     EXPECT_GT(noticed, rounds / 3); // much of the trailer and of the list is free to change
 }
