@@ -14,6 +14,7 @@ find_package(benchmark REQUIRED)
 pkg_check_modules(plist REQUIRED IMPORTED_TARGET libplist-2.0)
 pkg_check_modules(deflate REQUIRED IMPORTED_TARGET libdeflate)
 pkg_check_modules(lzma REQUIRED IMPORTED_TARGET liblzma)
+pkg_check_modules(tiff REQUIRED IMPORTED_TARGET libtiff-4)
 pkg_check_modules(libarchive REQUIRED IMPORTED_TARGET libarchive)
 
 set(CMAKE_AUTOMOC OFF)

@@ -166,7 +166,8 @@ void BuildOptions::addTo(CLI::App& command)
     add("APP", application, "", "The application bundle")->required();
     add("-o,--output", output, "PATH", "The image to write; without it, as the settings say");
     add("--volume-name", volumeName, "NAME", "Name of the volume and of its window");
-    add("--background", background, "PATH", "Picture behind the icons");
+    add("--background", background, "PATH",
+        "Picture behind the icons; NAME@2x beside it is taken, too");
     add("--layout", layout, "NAME", "centered, classic or custom");
     add("--window", window, "WxH", "Size of the window's content, in points");
     add("--app-position", appPosition, "X,Y", "Place of the application's icon, in points");

@@ -29,6 +29,14 @@ void BuildReport::progress(const QString& message)
     event(u"progress"_s, {{u"message"_s, message}});
 }
 
+void BuildReport::warning(const QString& message)
+{
+    if (m_form.quiet)
+        return;
+    say(u"vandor build: warning: "_s + message);
+    event(u"warning"_s, {{u"message"_s, message}});
+}
+
 void BuildReport::finished(const FinishedBuild& build)
 {
     if (!m_form.quiet) {

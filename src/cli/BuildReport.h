@@ -22,7 +22,8 @@ struct FailedBuild {
 
 /// How a build speaks to its caller: progress and failures for a person go to `messages`, the
 /// result to `results`. With JSON, `results` has one object a line, each with
-/// "schema": "vandor.build/1" and an "event" (progress, result). Everything is written at once.
+/// "schema": "vandor.build/1" and an "event" (progress, warning, result). Everything is written at
+/// once.
 class BuildReport {
 public:
     struct Form {
@@ -34,6 +35,8 @@ public:
 
     void misused(const QString& message);
     void progress(const QString& message);
+    /// What the caller may want to change; the build goes on.
+    void warning(const QString& message);
     void finished(const FinishedBuild& build);
     void failed(const FailedBuild& build);
     void interrupted();

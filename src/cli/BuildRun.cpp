@@ -2,7 +2,9 @@
 
 #include "cli/FailureAdvice.h"
 #include "model/SettingsManager.h"
+#include "platform/FileOperations.h"
 #include "platform/PlatformError.h"
+#include "platform/RetinaPicture.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -33,9 +35,50 @@ BuildRun::BuildRun(const DMGConfig& job, const CommandHost& host, BuildReport& r
 int BuildRun::exec()
 {
     m_time.start();
+    takeBothResolutions();
     m_manager.startBuild(m_job);
+    compareBackgroundWithWindow();
     m_sweep = SessionFolder::sweepLeftovers(m_host.temporaryFolder);
     return QCoreApplication::exec();
+}
+
+/// The pipeline copies the background as it is; so the file that holds both pictures becomes the
+/// one that was chosen.
+void BuildRun::takeBothResolutions()
+{
+    if (!m_job.backgroundURL)
+        return;
+    const QString picture = m_job.backgroundURL->toLocalFile();
+    const std::optional<QString> twice = RetinaPicture::doubleOf(picture);
+    if (!twice)
+        return;
+    const QString name = QFileInfo(picture).fileName();
+    m_report.progress(u"Combining %1 with %2..."_s.arg(name, QFileInfo(*twice).fileName()));
+    const QString folder = m_session.path() + u"/background/"_s;
+    const QString both = folder + QFileInfo(picture).completeBaseName() + u".tiff"_s;
+    try {
+        FileOperations::createFolder(folder);
+        RetinaPicture::combine(picture, *twice, both);
+        m_job.backgroundURL = QUrl::fromLocalFile(both);
+    } catch (const PlatformError& error) {
+        m_report.warning(u"%1 is used alone. %2"_s.arg(name, error.description()));
+    }
+}
+
+void BuildRun::compareBackgroundWithWindow()
+{
+    if (!m_job.backgroundURL)
+        return;
+    const QString picture = m_job.backgroundURL->toLocalFile();
+    const std::optional<QSize> size = RetinaPicture::sizeInPoints(picture);
+    if (!size || (size->width() == m_job.windowWidth && size->height() == m_job.windowHeight))
+        return;
+    m_report.warning(u"the background %1 is %2 x %3 points, the window %4 x %5; the Finder doesn't "
+                     u"scale it."_s.arg(QFileInfo(picture).fileName())
+                         .arg(size->width())
+                         .arg(size->height())
+                         .arg(m_job.windowWidth)
+                         .arg(m_job.windowHeight));
 }
 
 void BuildRun::interrupt()

@@ -29,6 +29,8 @@ public:
     int exec();
 
 private:
+    void takeBothResolutions();
+    void compareBackgroundWithWindow();
     void interrupt();
     void follow(const QString& message);
     void followStatus();

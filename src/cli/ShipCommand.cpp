@@ -11,6 +11,7 @@
 #include "model/SettingsManager.h"
 #include "platform/Clock.h"
 #include "platform/PlatformError.h"
+#include "platform/RetinaPicture.h"
 
 #include <CLI/CLI.hpp>
 #include <QCryptographicHash>
@@ -21,11 +22,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+QString hashOfBackground(const QString& picture)
+{
+    const std::optional<QString> twice = RetinaPicture::doubleOf(picture);
+    return contentHash(picture) + (twice ? contentHash(*twice) : QString());
+}
+
 QString lookOf(const DMGConfig& job, const QString& format)
 {
     const auto place = [](const QPointF& point) { return QJsonArray{point.x(), point.y()}; };
     const QString background =
-        job.backgroundURL ? contentHash(job.backgroundURL->toLocalFile()) : QString();
+        job.backgroundURL ? hashOfBackground(job.backgroundURL->toLocalFile()) : QString();
     const QJsonObject look{{u"volumeName"_s, job.volumeName}, {u"format"_s, format},
         {u"background"_s, background},
         {u"backgroundName"_s, job.backgroundURL ? job.backgroundURL->fileName() : QString()},
