@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <malloc.h>
 #include <set>
 #include <span>
 #include <sys/stat.h>
@@ -26,6 +27,7 @@ namespace {
 using FileIdentity = std::pair<dev_t, ino_t>;
 
 constexpr std::size_t pieceSize = 256 << 10;
+constexpr int keptMemory = 8 << 20; // bytes
 
 NameEncoding::Kind encodingOf(const std::string& name)
 {
@@ -179,6 +181,9 @@ void ZipWriter::finish()
 
 void makeZip(const fs::path& source, const fs::path& zip, const ZipOptions& options)
 {
+    // The packer frees its tables after each entry. Given back to the host, their pages would come
+    // again one by one and cleared.
+    ::mallopt(M_TRIM_THRESHOLD, keptMemory);
     const fs::path tree = fs::canonical(source);
     bytes::OutputFile output(zip);
     ZipWriter writer(output.file(), options.metadata);

@@ -11,9 +11,10 @@
 /// A folder of its own for a test, gone at its end.
 class TemporaryFolder {
 public:
-    TemporaryFolder()
+    explicit TemporaryFolder(
+        const std::filesystem::path& inside = std::filesystem::temp_directory_path())
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "hfsplus-XXXXXX").string();
+        std::string pattern = (inside / "hfsplus-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no temporary folder");
         m_path = pattern;
