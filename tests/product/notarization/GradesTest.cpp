@@ -1,4 +1,4 @@
-#include "Rehearsal.h"
+#include "Shipped.h"
 
 #include <gtest/gtest.h>
 
@@ -9,30 +9,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// One way for all: each row takes copies of what it left at its stages.
+/// Each row takes a copy of what came before the shipping or out of it, and changes it.
 class Grades : public testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        s_user = new Rehearsal;
-        s_unsigned = s_user->folder() / "unsigned.dmg";
-        ASSERT_EQ(s_user->run(s_user->shipping()), 0) << s_user->errors;
-        ASSERT_EQ(s_user->run({vandor(), "build", s_user->app().string(), "--quiet", "-o",
-                      s_unsigned.string()}),
-            0)
-            << s_user->errors;
-    }
-    static void TearDownTestSuite() { delete s_user; }
-
-    static int codesign(std::vector<std::string> arguments)
+    int codesign(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), Rehearsal::tool("/usr/bin/codesign"));
-        return s_user->run(arguments);
+        return user.run(arguments);
     }
-    static int vandorDo(std::vector<std::string> arguments)
+    int vandorDo(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), vandor());
-        return s_user->run(arguments);
+        return user.run(arguments);
     }
     static void flipByte(const fs::path& file, std::streamoff place)
     {
@@ -43,21 +31,18 @@ protected:
         stream.put(byte);
     }
     /// The states of the checks, a letter each: passed, failed, skipped.
-    static std::string states()
+    std::string states() const
     {
         std::string letters;
-        for (const nlohmann::json& event : s_user->events()) {
+        for (const nlohmann::json& event : user.events()) {
             if (event.at("event") == "check")
                 letters += event.at("state").get<std::string>().front();
         }
         return letters;
     }
 
-    static Rehearsal* s_user;
-    static fs::path s_unsigned;
+    Rehearsal& user = Shipped::user();
 };
-Rehearsal* Grades::s_user = nullptr;
-fs::path Grades::s_unsigned;
 
 TEST_F(Grades, OfApplications)
 {
@@ -73,20 +58,20 @@ TEST_F(Grades, OfApplications)
     const Row rows[] = {
         {"shipped", true, [](const std::string&) {}, "ppp", nullptr},
         {"unsigned", false,
-            [](const std::string& app) {
+            [this](const std::string& app) {
                 fs::remove_all(app + "/Contents/_CodeSignature");
-                EXPECT_EQ(codesign({"--remove-signature", app}), 0) << s_user->errors;
+                EXPECT_EQ(codesign({"--remove-signature", app}), 0) << user.errors;
             },
             "fss", ofSignature},
         {"ad hoc", false,
-            [](const std::string& app) {
+            [this](const std::string& app) {
                 EXPECT_EQ(codesign({"--force", "--deep", "--sign", "-", app}), 0);
             },
             "fss", ofSignature},
         {"signed, not notarized", false,
-            [](const std::string& app) {
+            [this](const std::string& app) {
                 std::ofstream(app + "/Contents/Resources/added.txt") << "another version";
-                EXPECT_EQ(vandorDo({"sign", app, "--identity", "Jane"}), 0) << s_user->errors;
+                EXPECT_EQ(vandorDo({"sign", app, "--identity", "Jane"}), 0) << user.errors;
             },
             "pfs", ofNotarization},
         {"tampered with", true,
@@ -100,16 +85,16 @@ TEST_F(Grades, OfApplications)
             "Staple verification failed."},
     };
     for (const Row& row : rows) {
-        const fs::path app = s_user->folder() / "case" / "Hello Vandor.app";
+        const fs::path app = user.folder() / "case" / "Hello Vandor.app";
         fs::remove_all(app);
         fs::create_directories(app.parent_path());
-        fs::copy(row.isOfShipped ? s_user->app() : fs::path(SAMPLE_APP), app,
+        fs::copy(row.isOfShipped ? user.app() : fs::path(SAMPLE_APP), app,
             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
         row.change(app.string());
         const bool isReady = row.states == "ppp";
         EXPECT_EQ(vandorDo({"inspect", app.string(), "--json"}), isReady ? 0 : 1) << row.name;
-        EXPECT_EQ(states(), row.states) << row.name << "\n" << s_user->output;
-        EXPECT_EQ(s_user->events().back().at("reason"), row.reason) << row.name;
+        EXPECT_EQ(states(), row.states) << row.name << "\n" << user.output;
+        EXPECT_EQ(user.events().back().at("reason"), row.reason) << row.name;
     }
 }
 
@@ -117,7 +102,7 @@ TEST_F(Grades, OfImages)
 {
     struct Row {
         const char* name;
-        bool isOfShipped; // else of an image that nobody signed
+        bool isOfShipped; // else without its signature
         std::function<void(const std::string& image)> change;
         std::string states; // container, volume, window, signature, ticket, Gatekeeper
         std::string authority;
@@ -126,45 +111,47 @@ TEST_F(Grades, OfImages)
         {"shipped", true, [](const std::string&) {}, "pppppp", "appleNotarized"},
         {"unsigned", false, [](const std::string&) {}, "pppfff", "unsigned"},
         {"ad hoc", false,
-            [](const std::string& image) {
+            [this](const std::string& image) {
                 EXPECT_EQ(codesign({"--sign", "-", image}), 0);
             },
             "ppppff", "unsigned"},
         {"signed, not notarized", false,
-            [](const std::string& image) {
-                EXPECT_EQ(vandorDo({"sign", image, "--identity", "Jane"}), 0) << s_user->errors;
+            [this](const std::string& image) {
+                EXPECT_EQ(vandorDo({"sign", image, "--identity", "Jane"}), 0) << user.errors;
             },
             "ppppff", "unsigned"},
         {"notarized, not stapled", false,
-            [](const std::string& image) {
-                EXPECT_EQ(vandorDo({"sign", image, "--identity", "Jane"}), 0) << s_user->errors;
-                EXPECT_EQ(s_user->run({Rehearsal::tool("/usr/bin/xcrun"), "notarytool", "submit",
+            [this](const std::string& image) {
+                EXPECT_EQ(vandorDo({"sign", image, "--identity", "Jane"}), 0) << user.errors;
+                EXPECT_EQ(user.run({Rehearsal::tool("/usr/bin/xcrun"), "notarytool", "submit",
                               image, "--keychain-profile", "local", "--wait"}),
                     0)
-                    << s_user->errors;
+                    << user.errors;
             },
             "ppppfp", "appleNotarized"},
         {"tampered with", true, [](const std::string& image) { flipByte(image, 1000); }, "fssfpf",
             "unsigned"},
     };
     for (const Row& row : rows) {
-        const fs::path image = s_user->folder() / "case.dmg";
-        fs::copy_file(row.isOfShipped ? s_user->image() : s_unsigned, image,
-            fs::copy_options::overwrite_existing);
+        const fs::path image = user.folder() / "case.dmg";
+        fs::copy_file(user.image(), image, fs::copy_options::overwrite_existing);
+        if (!row.isOfShipped) {
+            ASSERT_EQ(codesign({"--remove-signature", image.string()}), 0) << user.errors;
+        }
         row.change(image.string());
         const bool isReady = row.states == "pppppp";
         EXPECT_EQ(vandorDo({"verify", image.string(), "--json"}), isReady ? 0 : 1) << row.name;
-        EXPECT_EQ(states(), row.states) << row.name << "\n" << s_user->output;
-        EXPECT_EQ(s_user->events().back().at("authority"), row.authority) << row.name;
+        EXPECT_EQ(states(), row.states) << row.name << "\n" << user.output;
+        EXPECT_EQ(user.events().back().at("authority"), row.authority) << row.name;
     }
 }
 
 TEST_F(Grades, WhatTheAuthorityRefusesIsNamedFileByFile)
 {
-    const fs::path app = s_user->folder() / "Plain.app";
+    const fs::path app = user.folder() / "Plain.app";
     fs::copy(SAMPLE_APP, app, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
     EXPECT_EQ(vandorDo({"notarize", app.string(), "--profile", "local", "--json"}), 1);
-    const nlohmann::json result = s_user->events().back();
+    const nlohmann::json result = user.events().back();
     EXPECT_EQ(result.at("step"), "the submission");
     const std::string said = result.at("said");
     EXPECT_NE(said.find("status: Invalid"), std::string::npos) << said;

@@ -1,4 +1,4 @@
-#include "Rehearsal.h"
+#include "Shipped.h"
 
 #include <gtest/gtest.h>
 
@@ -27,18 +27,57 @@ int endAt(const Rehearsal& user, const std::string& mark, int number)
     return program.wait();
 }
 
-std::string startOf(const char* step)
+nlohmann::json doneIn(const nlohmann::json& ledger)
 {
-    return std::string("\"state\":\"started\",\"step\":\"") + step + '"';
+    nlohmann::json done = nlohmann::json::object();
+    for (const auto& [name, record] : ledger.items()) {
+        if (record.at("outcome") == "done")
+            done[name] = record;
+    }
+    return done;
+}
+
+/// Ends the command at `mark`. What was done before must still be as it was.
+nlohmann::json stopAt(const Rehearsal& user, const std::string& mark, int number, int status)
+{
+    const nlohmann::json before = doneIn(user.ledger());
+    EXPECT_EQ(endAt(user, mark, number), status) << mark;
+    nlohmann::json ledger = user.ledger();
+    for (const auto& [name, record] : before.items())
+        EXPECT_EQ(ledger.at(name), record) << mark << ": " << name << " was done again";
+    return ledger;
+}
+
+} // namespace
+
+TEST(Ship, EndedAtEachStepItGoesOn)
+{
+    Rehearsal user;
+    const auto killAt = [&](const char* step) {
+        const std::string start = std::string("\"state\":\"started\",\"step\":\"") + step + '"';
+        stopAt(user, start, SIGKILL, 1000 + SIGKILL);
+    };
+    killAt("sign-application");
+    killAt("notarize-application");
+    const auto submitted = stopAt(user, "\"event\":\"submission\"", SIGTERM, 130);
+    killAt("build-image");
+    EXPECT_EQ(user.ledger().at("notarize-application").at("submission"),
+        submitted.at("notarize-application").at("submission"))
+        << "a submission outlives the command";
+    killAt("sign-image");
+    killAt("notarize-image");
+    killAt("verify-image");
+    const nlohmann::json done = doneIn(user.ledger());
+    EXPECT_EQ(done.size(), 5U);
+    ASSERT_EQ(user.run(user.shipping()), 0) << user.errors;
+    EXPECT_EQ(user.ledger(), done);
+    EXPECT_EQ(user.run({vandor(), "verify", user.image().string()}), 0) << user.output;
 }
 
 TEST(Ship, OneCommandLeadsToAnImageThatIsReady)
 {
-    Rehearsal user;
-    ASSERT_EQ(user.run(user.shipping()), 0) << user.errors;
-    EXPECT_EQ(user.events().back().at("rehearsal"), true) << "it says what it is worth";
+    Rehearsal& user = Shipped::user();
     EXPECT_EQ(user.submissions(), 2U);
-
     EXPECT_EQ(user.run({vandor(), "verify", user.image().string()}), 0) << user.output;
     EXPECT_NE(user.output.find("Ready for Distribution!"), std::string::npos);
     EXPECT_EQ(user.run({vandor(), "inspect", user.app().string()}), 0) << user.output;
@@ -51,45 +90,8 @@ TEST(Ship, OneCommandLeadsToAnImageThatIsReady)
     const nlohmann::json before = user.ledger();
     const std::string image = contentOf(user.image());
     ASSERT_EQ(user.run(user.shipping()), 0) << user.errors;
+    EXPECT_EQ(user.events().back().at("rehearsal"), true) << "it says what it is worth";
     EXPECT_EQ(user.ledger(), before);
     EXPECT_EQ(contentOf(user.image()), image);
     EXPECT_EQ(user.submissions(), 2U) << "nothing is done twice";
 }
-
-TEST(Ship, KilledAtEachStepItGoesOn)
-{
-    Rehearsal user;
-    const char* const steps[] = {"sign-application", "notarize-application", "build-image",
-        "sign-image", "notarize-image", "verify-image"};
-    nlohmann::json done = nlohmann::json::object();
-    for (const char* const step : steps) {
-        EXPECT_EQ(endAt(user, startOf(step), SIGKILL), 1000 + SIGKILL) << step;
-        const nlohmann::json ledger = user.ledger();
-        for (const auto& [name, record] : done.items())
-            EXPECT_EQ(ledger.at(name), record) << step << ": " << name << " was done again";
-        done = nlohmann::json::object();
-        for (const auto& [name, record] : ledger.items()) {
-            if (record.at("outcome") == "done")
-                done[name] = record;
-        }
-    }
-    EXPECT_EQ(done.size(), 5U);
-    ASSERT_EQ(user.run(user.shipping()), 0) << user.errors;
-    EXPECT_EQ(user.ledger(), done);
-    EXPECT_EQ(user.run({vandor(), "verify", user.image().string()}), 0) << user.output;
-}
-
-TEST(Ship, ASubmissionOutlivesTheCommand)
-{
-    Rehearsal user;
-    const int status = endAt(user, "\"event\":\"submission\"", SIGTERM);
-    EXPECT_EQ(status, 130);
-    const nlohmann::json interrupted = user.ledger();
-    const auto submission = interrupted.at("notarize-application").at("submission");
-    ASSERT_EQ(user.run(user.shipping()), 0) << user.errors;
-    EXPECT_EQ(user.ledger().at("notarize-application").at("submission"), submission);
-    EXPECT_EQ(user.ledger().at("sign-application"), interrupted.at("sign-application"));
-    EXPECT_EQ(user.submissions(), 2U);
-}
-
-} // namespace
