@@ -23,7 +23,7 @@ set(toolbox_codesign bytes keychain macfile macho plist udif)
 set(toolbox_archive bytes macfile hfsplus)
 set(toolbox_notary bytes plist macfile hfsplus udif volumes macho keychain codesign archive)
 set(toolbox_tools
-    bytes macfile hfsplus udif finder volumes applescript codesign keychain archive notary)
+    bytes plist macfile hfsplus udif finder volumes applescript codesign keychain archive notary)
 
 set(src_platform "")
 set(src_model platform)

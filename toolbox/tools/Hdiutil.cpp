@@ -26,18 +26,21 @@ struct Verb {
 
 constexpr std::array verbs{
     Verb{"create", createOptions, createImage,
-        "-srcfolder FOLDER [-volname NAME] [-fs HFS+] [-format FORMAT] [-imagekey KEY=VALUE] [-ov]"
-        " IMAGE"},
+        "-srcfolder FOLDER | -size NUMBER[b|k|m|g|t] [-volname NAME] [-fs HFS+]"
+        " [-layout GPTSPUD|NONE] [-format FORMAT] [-imagekey KEY=VALUE] [-ov] [-plist]"
+        " [-puppetstrings] IMAGE"},
     Verb{"attach", attachOptions, attachImage,
         "[-readwrite | -readonly] [-noverify] [-noautoopen] [-nobrowse] [-nomount]"
-        " [-mountpoint PATH] IMAGE"},
+        " [-mountpoint PATH | -mountroot PATH] [-plist] [-puppetstrings] IMAGE"},
     Verb{"mount", attachOptions, attachImage, "(as attach)"},
     Verb{"detach", detachOptions, detachImage, "[-force] MOUNTPOINT | DEVICE"},
     Verb{"eject", detachOptions, detachImage, "(as detach)"},
     Verb{"convert", convertOptions, convertImage,
         "IMAGE -format FORMAT -o IMAGE [-imagekey KEY=VALUE] [-ov] [-puppetstrings]"},
-    Verb{"verify", {}, verifyImage, "IMAGE"},
-    Verb{"info", {}, printAttachedImages, ""},
+    Verb{"verify", verifyOptions, verifyImage, "[-puppetstrings] IMAGE"},
+    Verb{"checksum", checksumOptions, printChecksum,
+        "-type CRC32|SHA1|SHA256|SHA384|SHA512 [-plist] [-puppetstrings] IMAGE"},
+    Verb{"info", infoOptions, printAttachedImages, "[-plist]"},
     Verb{"imageinfo", {}, printImageInfo, "IMAGE"},
 };
 
@@ -78,6 +81,16 @@ fs::path Session::hostPath(const std::string& path) const
     return volumes.state().hostPath(fs::absolute(path));
 }
 
+std::unique_ptr<Progress> Session::progress() const
+{
+    if (arguments.has("-puppetstrings"))
+        return std::make_unique<Progress>(out, Progress::Form::percents);
+    if (!arguments.has("-plist"))
+        return std::make_unique<Progress>(out, Progress::Form::dots);
+    static std::ostream nowhere(nullptr);
+    return std::make_unique<Progress>(nowhere, Progress::Form::dots);
+}
+
 int hdiutil(std::span<const std::string> arguments, std::ostream& out, std::ostream& err)
 {
     if (arguments.empty())
@@ -88,6 +101,25 @@ int hdiutil(std::span<const std::string> arguments, std::ostream& out, std::ostr
         return printUsage(err);
     }
     return run(*verb, arguments.subspan(1), out, err);
+}
+
+uint64_t sizeFrom(const std::string& text)
+{
+    constexpr std::string_view units = "bkmgt"; // after the first a kilobyte and its powers
+    uint64_t number = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, fault] = std::from_chars(text.data(), last, number);
+    unsigned shift = 0;
+    bool isKnown = fault == std::errc{} && last - end <= 1;
+    if (isKnown && end != last) {
+        const std::size_t unit =
+            units.find(static_cast<char>(std::tolower(static_cast<unsigned char>(*end))));
+        isKnown = unit != std::string_view::npos;
+        shift = unit == 0 ? 9 : static_cast<unsigned>(10 * unit);
+    }
+    if (!isKnown || number == 0 || number > (UINT64_MAX >> 1) >> shift)
+        throw UsageError("-size " + text + ": no size");
+    return number << shift & ~uint64_t{511};
 }
 
 std::optional<int> compressionLevel(const Arguments& arguments)

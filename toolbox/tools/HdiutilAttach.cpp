@@ -1,7 +1,9 @@
 #include "bytes/FormatError.h"
+#include "plist/PropertyList.h"
 #include "tools/HdiutilVerbs.h"
 #include "tools/ImageChecks.h"
 #include "tools/Reproducible.h"
+#include "tools/SystemEntities.h"
 #include "tools/Text.h"
 
 #include <ostream>
@@ -45,13 +47,16 @@ AttachOptions optionsFor(const Session& session)
     options.mount = !arguments.has("-nomount");
     if (const auto path = arguments.value("-mountpoint"))
         options.mountPoint = *path;
+    if (const auto path = arguments.value("-mountroot"))
+        options.mountRoot = *path;
     return options;
 }
 
 void verifyFirst(Session& session, const fs::path& image)
 {
-    const udif::Verification verification = udif::verifyImage(image);
-    printChecksums(session.out, verification);
+    const udif::Verification verification = verifyShowing(image, session);
+    if (!session.arguments.has("-plist"))
+        printChecksums(session.out, verification);
     if (!verification.valid())
         throw bytes::FormatError(verification.findings.front().message);
 }
@@ -67,7 +72,12 @@ int attachImage(Session& session)
     const volumes::AttachResult result = session.volumes.attach(image, options);
     for (const std::string& line : result.skipped)
         session.err << "hdiutil: attach: " << oneLine(line) << '\n';
-    printDevices(session.out, result.image);
+    if (session.arguments.has("-plist")) {
+        session.out << plist::writeXml(
+            plist::Dictionary{{"system-entities", systemEntities(result.image)}});
+    } else {
+        printDevices(session.out, result.image);
+    }
     return 0;
 }
 

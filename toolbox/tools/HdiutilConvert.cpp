@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <functional>
 #include <ostream>
 #include <system_error>
 
@@ -15,21 +16,18 @@ namespace fs = std::filesystem;
 namespace {
 
 /// Prints each table as the converter comes to it, so that a long conversion is seen to go on.
-void showProgress(udif::ConvertOptions& options, std::ostream& out, bool percents)
+void showProgress(udif::ConvertOptions& options, std::ostream& out, Progress& progress)
 {
-    options.tableBegins = [&out](const std::string& table) {
+    options.tableBegins = [&out, &progress](const std::string& table) {
+        progress.pause();
         out << "Reading " << oneLine(table) << "…\n" << std::flush;
     };
-    options.tableDone = [&out](const std::string& table, std::optional<uint32_t> crc) {
+    options.tableDone = [&out, &progress](const std::string& table, std::optional<uint32_t> crc) {
+        progress.pause();
         if (crc)
             out << "   (" << crcText(*crc) << ": " << oneLine(table) << ")\n" << std::flush;
     };
-    if (!percents)
-        return;
-    options.progress = [&out](uint64_t sectorsDone, uint64_t sectorsInAll) {
-        const double share = static_cast<double>(sectorsDone) / static_cast<double>(sectorsInAll);
-        out << "PERCENT:" << decimal(100 * share, 6) << '\n' << std::flush;
-    };
+    options.progress = std::ref(progress);
 }
 
 void printReport(std::ostream& out, const udif::ConvertReport& report, double seconds)
@@ -63,7 +61,8 @@ int convertImage(Session& session)
     options.format = udif::formatNamed(arguments.required("-format")).format;
     options.level = compressionLevel(arguments);
     options.replace = arguments.has("-ov");
-    showProgress(options, session.out, arguments.has("-puppetstrings"));
+    const auto progress = session.progress();
+    showProgress(options, session.out, *progress);
     udif::requireWritable(options.format);
     if (session.volumes.isBeingWritten(source) || session.volumes.isBeingWritten(target))
         throw volumes::VolumeError(volumes::VolumeError::Case::attachedAlready);
@@ -74,6 +73,7 @@ int convertImage(Session& session)
     session.out << "Preparing imaging engine…\n" << std::flush;
     const auto start = std::chrono::steady_clock::now();
     const udif::ConvertReport report = udif::convertImage(image, target, options);
+    progress->pause();
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     printReport(session.out, report, elapsed.count());
     session.out << "created: " << fs::absolute(named).lexically_normal().string() << '\n';

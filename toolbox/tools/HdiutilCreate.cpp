@@ -1,4 +1,5 @@
 #include "hfsplus/SourceError.h"
+#include "plist/PropertyList.h"
 #include "tools/FailureReason.h"
 #include "tools/HdiutilVerbs.h"
 #include "tools/Reproducible.h"
@@ -6,7 +7,9 @@
 #include "volumes/ImageCreator.h"
 
 #include <algorithm>
+#include <functional>
 #include <ostream>
+#include <vector>
 
 namespace tools {
 
@@ -19,20 +22,25 @@ void requireSupported(const Arguments& arguments)
 {
     struct Choice {
         std::string_view option;
-        std::string_view only;
+        std::vector<std::string_view> known;
     };
-    for (const Choice choice : {Choice{"-fs", "HFS+"}, Choice{"-layout", "GPTSPUD"}}) {
+    for (const Choice& choice : {Choice{"-fs", {"HFS+"}}, Choice{"-layout", {"GPTSPUD", "NONE"}},
+             Choice{"-type", {"UDIF"}}}) {
         const auto value = arguments.value(choice.option);
-        if (value && *value != choice.only)
+        if (value && std::ranges::find(choice.known, *value) == choice.known.end())
             throw UsageError(std::string(choice.option) + ' ' + *value + ": this version makes "
-                + std::string(choice.only) + " only");
+                + std::string(choice.known.front()) + " only");
     }
+    if (!arguments.has("-srcfolder") && !arguments.has("-size"))
+        throw UsageError("-srcfolder or -size is missing");
 }
 
 std::string volumeName(const Arguments& arguments, const fs::path& folder)
 {
     if (auto name = arguments.value("-volname"))
         return *std::move(name);
+    if (folder.empty())
+        return "untitled";
     const fs::path normal = (folder / "").lexically_normal().parent_path();
     return normal.has_filename() ? normal.filename().string() : "untitled";
 }
@@ -60,9 +68,14 @@ int createImage(Session& session)
     const fs::path target = session.hostPath(named);
 
     volumes::CreateOptions options;
-    options.folder = session.hostPath(arguments.required("-srcfolder"));
+    if (const auto folder = arguments.value("-srcfolder"))
+        options.folder = session.hostPath(*folder);
+    if (const auto size = arguments.value("-size"))
+        options.diskBytes = sizeFrom(*size);
+    options.partitioned = arguments.value("-layout").value_or("GPTSPUD") != "NONE";
     options.volumeName = volumeName(arguments, options.folder);
-    options.format = udif::formatNamed(arguments.value("-format").value_or("UDZO")).format;
+    const char* const usualFormat = options.folder.empty() ? "UDRW" : "UDZO";
+    options.format = udif::formatNamed(arguments.value("-format").value_or(usualFormat)).format;
     options.level = compressionLevel(arguments);
     options.replace = arguments.has("-ov");
     options.fixedTime = fixedTime();
@@ -70,12 +83,19 @@ int createImage(Session& session)
         options.volumeName + '\0' + std::to_string(options.fixedTime.value_or(0)));
     if (session.volumes.isBeingWritten(target))
         throw volumes::VolumeError(volumes::VolumeError::Case::attachedAlready);
+    const auto progress = session.progress();
+    options.progress = std::ref(*progress);
     try {
         volumes::createImage(target, options);
     } catch (const hfsplus::SourceError& failure) {
         return reportProblems(session, failure);
     }
-    session.out << "created: " << fs::absolute(named).lexically_normal().string() << '\n';
+    progress->pause();
+    const std::string path = fs::absolute(named).lexically_normal().string();
+    if (arguments.has("-plist"))
+        session.out << plist::writeXml(plist::Array{path});
+    else
+        session.out << "created: " << path << '\n';
     return 0;
 }
 

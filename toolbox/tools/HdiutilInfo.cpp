@@ -1,5 +1,8 @@
+#include "plist/PropertyList.h"
 #include "tools/HdiutilVerbs.h"
+#include "tools/SystemEntities.h"
 #include "tools/Text.h"
+#include "udif/DiskImage.h"
 
 #include <ostream>
 #include <pwd.h>
@@ -10,6 +13,8 @@ namespace tools {
 using volumes::AttachedImage;
 
 namespace {
+
+constexpr const char* framework = "Vandor DMG";
 
 class Lines {
 public:
@@ -60,6 +65,32 @@ void printImage(std::ostream& out, const AttachedImage& image)
     }
 }
 
+plist::Value propertiesOf(const AttachedImage& image)
+{
+    return plist::Dictionary{
+        {"autodiskmount", true},
+        {"blockcount", static_cast<int64_t>(image.sectors)},
+        {"blocksize", int64_t{udif::sectorBytes}},
+        {"image-alias", image.image.string()},
+        {"image-encrypted", false},
+        {"image-path", image.image.string()},
+        {"image-type", image.imageType},
+        {"owner-uid", int64_t{::geteuid()}},
+        {"removable", true},
+        {"system-entities", systemEntities(image)},
+        {"system-image", false},
+        {"writeable", image.writable},
+    };
+}
+
+plist::Value propertiesOf(const std::vector<AttachedImage>& images)
+{
+    plist::Array list;
+    for (const AttachedImage& image : images)
+        list.push_back(propertiesOf(image));
+    return plist::Dictionary{{"framework", framework}, {"images", std::move(list)}};
+}
+
 } // namespace
 
 int printAttachedImages(Session& session)
@@ -67,8 +98,12 @@ int printAttachedImages(Session& session)
     if (!session.arguments.operands().empty())
         throw UsageError("too many arguments");
     const std::vector<AttachedImage> images = session.volumes.list();
+    if (session.arguments.has("-plist")) {
+        session.out << plist::writeXml(propertiesOf(images));
+        return 0;
+    }
     Lines line(session.out);
-    line("framework", "Vandor DMG");
+    line("framework", framework);
     line("driver", "<none>");
     line("images", std::to_string(images.size()));
     for (const AttachedImage& image : images)

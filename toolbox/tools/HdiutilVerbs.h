@@ -1,11 +1,13 @@
 #pragma once
 
 #include "tools/Arguments.h"
+#include "tools/Progress.h"
 #include "volumes/AttachedVolumes.h"
 
 #include <array>
 #include <filesystem>
 #include <iosfwd>
+#include <memory>
 
 /// The verbs of hdiutil. Each has a table of its options and a function, which throws what went
 /// wrong, or reports it on `err` and returns the exit status itself.
@@ -20,23 +22,29 @@ struct Session {
 
     /// Where a path of the command line lies on this host, absolute.
     std::filesystem::path hostPath(const std::string& path) const;
+    /// How far a job is, as the caller wants to see it; not in the middle of a property list.
+    std::unique_ptr<Progress> progress() const;
 };
 
 inline constexpr std::array createOptions{
     Option{"-volname", true},
     Option{"-srcfolder", true},
+    Option{"-size", true},
     Option{"-format", true},
     Option{"-fs", true},
     Option{"-layout", true},
+    Option{"-type", true},
     Option{"-imagekey", true},
     Option{"-ov"},
+    Option{"-plist"},
+    Option{"-puppetstrings"},
 };
 int createImage(Session& session);
 
 inline constexpr std::array attachOptions{
     Option{"-mountpoint", true},
+    Option{"-mountroot", true},
     Option{"-owners", true},
-
     Option{"-readwrite"},
     Option{"-readonly"},
     Option{"-nomount"},
@@ -45,6 +53,8 @@ inline constexpr std::array attachOptions{
     Option{"-autoopen"},
     Option{"-noautoopen"},
     Option{"-nobrowse"},
+    Option{"-plist"},
+    Option{"-puppetstrings"},
 };
 int attachImage(Session& session);
 
@@ -60,9 +70,20 @@ inline constexpr std::array convertOptions{
 };
 int convertImage(Session& session);
 
+inline constexpr std::array verifyOptions{Option{"-puppetstrings"}};
 int verifyImage(Session& session);
+
+inline constexpr std::array checksumOptions{
+    Option{"-type", true}, Option{"-plist"}, Option{"-puppetstrings"}};
+int printChecksum(Session& session);
+
+inline constexpr std::array infoOptions{Option{"-plist"}};
 int printAttachedImages(Session& session);
 int printImageInfo(Session& session);
+
+/// The bytes of "-size 40m": b (sectors), k, m, g or t after the number, bytes without; cut to
+/// whole sectors. Throws UsageError.
+uint64_t sizeFrom(const std::string& text);
 
 /// The level in "-imagekey zlib-level=N" or "bzip2-level=N"; throws UsageError for other keys.
 std::optional<int> compressionLevel(const Arguments& arguments);

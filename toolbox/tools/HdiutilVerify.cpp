@@ -26,7 +26,7 @@ int verifyImage(Session& session)
     const auto path = session.hostPath(given);
     std::ostream& err = session.err;
 
-    const udif::Verification checksums = udif::verifyImage(path);
+    const udif::Verification checksums = verifyShowing(path, session);
     printChecksums(session.out, checksums);
     session.out.flush();
     if (!checksums.valid()) {

@@ -5,9 +5,11 @@
 #include "finder/StoreChecker.h"
 #include "hfsplus/Volume.h"
 #include "hfsplus/VolumeChecker.h"
+#include "tools/HdiutilVerbs.h"
 #include "tools/Text.h"
 #include "udif/DiskImage.h"
 
+#include <functional>
 #include <ostream>
 #include <string_view>
 #include <system_error>
@@ -66,6 +68,12 @@ void checkStore(const hfsplus::Volume& volume, VolumeState& state)
 }
 
 } // namespace
+
+udif::Verification verifyShowing(const std::filesystem::path& image, const Session& session)
+{
+    const auto progress = session.progress();
+    return udif::verifyImage(image, {.threads = 0, .progress = std::ref(*progress)});
+}
 
 void printChecksums(std::ostream& out, const udif::Verification& verification)
 {

@@ -13,6 +13,11 @@ class DiskImage;
 
 namespace tools {
 
+struct Session;
+
+/// Compares the image's checksums and shows how far that is.
+udif::Verification verifyShowing(const std::filesystem::path& image, const Session& session);
+
 /// Prints what a Mac prints while it compares an image's checksums: two lines a table, and the
 /// master checksum.
 void printChecksums(std::ostream& out, const udif::Verification& verification);

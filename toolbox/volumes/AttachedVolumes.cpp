@@ -80,6 +80,27 @@ std::string mountPointNamed(const fs::path& path)
     return text;
 }
 
+/// The first of the volume's names that is free in `root` or an empty folder there, which is made
+/// if need be; as a Mac has it.
+fs::path folderBelow(const StateFolder& state, const fs::path& root, const std::string& volumeName)
+{
+    const std::string name = mountNameFor(volumeName);
+    for (unsigned choice = 0;; ++choice) {
+        const fs::path candidate = root / numberedName(name, choice);
+        const fs::path folder = state.hostPath(candidate);
+        const fs::file_type type = fs::symlink_status(folder).type();
+        if (folder.parent_path() == state.volumes()) {
+            if (type == fs::file_type::not_found)
+                return candidate;
+        } else if (type == fs::file_type::not_found) {
+            fs::create_directory(folder);
+            return candidate;
+        } else if (type == fs::file_type::directory && fs::is_empty(folder)) {
+            return candidate;
+        }
+    }
+}
+
 bool wasChanged(const fs::path& folder, const hfsplus::FolderSnapshot& before)
 {
     const auto items = hfsplus::listFolder(hfsplus::HostFolder::open(folder), before);
@@ -201,7 +222,7 @@ AttachedVolumes::Claim AttachedVolumes::claim(
         }
         // The folder is chosen first: an entry whose folder isn't there yet is swept like any
         // other, but a folder without an entry would stay for ever.
-        chooseFolder(image, options.mountPoint);
+        chooseFolder(image, options);
         m_registry.save(image);
         if (image.ownsFolder && ::mkdir(image.folder.c_str(), 0700) != 0) {
             m_registry.remove(image);
@@ -211,10 +232,13 @@ AttachedVolumes::Claim AttachedVolumes::claim(
     }
 }
 
-void AttachedVolumes::chooseFolder(AttachedImage& image, const fs::path& mountPoint) const
+void AttachedVolumes::chooseFolder(AttachedImage& image, const AttachOptions& options) const
 {
     const StateFolder& state = m_registry.state();
-    if (mountPoint.empty()) {
+    fs::path mountPoint = options.mountPoint;
+    if (mountPoint.empty() && !options.mountRoot.empty()) {
+        mountPoint = folderBelow(state, mountPointNamed(options.mountRoot), image.volumeName);
+    } else if (mountPoint.empty()) {
         const std::string name = mountNameFor(image.volumeName);
         for (unsigned choice = 0;; ++choice) {
             const std::string candidate = numberedName(name, choice);

@@ -15,6 +15,9 @@ struct AttachOptions {
     /// As a Mac has it; "/Volumes/" and the volume's name when empty. Outside /Volumes it must be
     /// an empty folder.
     std::filesystem::path mountPoint;
+    /// Without a mount point: the existing folder in which the volume gets one of its name, instead
+    /// of "/Volumes". Outside /Volumes that folder stays, empty, when the volume goes.
+    std::filesystem::path mountRoot;
 };
 
 struct AttachResult {
@@ -84,7 +87,7 @@ private:
 
     Claim claim(const Opened& opened, const AttachOptions& options) const;
     std::optional<AttachedImage> attachedAs(const FileIdentity& identity) const;
-    void chooseFolder(AttachedImage& image, const std::filesystem::path& mountPoint) const;
+    void chooseFolder(AttachedImage& image, const AttachOptions& options) const;
     void save(const AttachedImage& image) const;
     std::string writeBack(AttachedImage& image, std::optional<uint32_t> fixedTime) const;
 

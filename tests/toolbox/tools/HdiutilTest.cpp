@@ -1,10 +1,13 @@
 #include "ToolRun.h"
 
+#include "bytes/Crc32.h"
 #include "macfile/Metadata.h"
+#include "plist/PropertyList.h"
 #include "tools/Diskutil.h"
 #include "tools/FsckHfs.h"
 #include "tools/Hdiutil.h"
 #include "tools/SetFile.h"
+#include "tools/Text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -143,7 +146,10 @@ TEST(Hdiutil, AWrongCallShowsTheUsage)
     const std::vector<std::string> calls[] = {{}, {"frobnicate"}, {"attach"}, {"attach", "a", "b"},
         {"attach", "-frob", "a"}, {"create", "-fs", "APFS", "-srcfolder", "/tmp", "x"},
         {"convert", "a", "-o", "b"}, {"convert", "a", "-format", "UDZO", "-o"},
-        {"convert", "a", "-format", "UDZO", "-o", "b", "-imagekey", "zlib-level=13"}};
+        {"convert", "a", "-format", "UDZO", "-o", "b", "-imagekey", "zlib-level=13"},
+        {"create", "x"}, {"create", "-size", "12x", "x"}, {"create", "-size", "0", "x"},
+        {"create", "-size", "16777216t", "x"}, {"create", "-size", "1m", "-layout", "SPUD", "x"},
+        {"checksum", "x"}, {"checksum", "-type", "MD5", "x"}};
     for (const auto& call : calls) {
         const Outcome outcome = run(hdiutil, call);
         EXPECT_EQ(outcome.status, 1);
@@ -184,6 +190,89 @@ TEST(Hdiutil, AttachPrintsItsColumnsAndDetachItsDevice)
     EXPECT_EQ(run(hdiutil, {"attach", "-nomount", image}).out, wholeLine + sliceLine + "\n");
     EXPECT_EQ(run(hdiutil, {"-quiet"}).status, 1);
     EXPECT_EQ(run(hdiutil, {"detach", "-quiet", "/dev/disk4s1"}).out, "");
+}
+
+TEST(Hdiutil, ProgramsGetPropertyLists)
+{
+    const ToolTest test;
+    const std::string image = test.image("a.dmg", "My App");
+    const auto listOf = [](const std::vector<std::string>& arguments) {
+        const std::string out = run(hdiutil, arguments).out;
+        return plist::read(std::as_bytes(std::span(out)));
+    };
+    const plist::Value attached = listOf({"attach", "-plist", image});
+    const auto& entities = *attached.find<plist::Array>("system-entities");
+    ASSERT_EQ(entities.size(), 2U);
+    EXPECT_EQ(entities[0].find("mount-point"), nullptr);
+    EXPECT_EQ(*entities[1].find<std::string>("dev-entry"), "/dev/disk4s1");
+    EXPECT_EQ(*entities[1].find<std::string>("mount-point"), "/Volumes/My App");
+
+    const plist::Value info = listOf({"info", "-plist"});
+    const auto& images = *info.find<plist::Array>("images");
+    ASSERT_EQ(images.size(), 1U);
+    EXPECT_EQ(*images[0].find<std::string>("image-path"), image);
+    EXPECT_EQ(*images[0].find("system-entities"), *attached.find("system-entities"));
+    EXPECT_EQ(listOf({"create", "-plist", "-size", "3m", test.path("b.dmg")}),
+        plist::Value(plist::Array{test.path("b.dmg")}));
+}
+
+TEST(Hdiutil, AnEmptyVolumeHasTheAskedSizeAndTakesFiles)
+{
+    const ToolTest test;
+    const std::string image = test.path("e.dmg");
+    struct Row {
+        std::string layout;
+        std::vector<std::string> table; // what attach answers, in part
+    };
+    for (const Row& row : {Row{"GPTSPUD", {wholeLine, sliceLine}}, Row{"NONE", {"/dev/disk4 "}}}) {
+        const Outcome made = run(hdiutil,
+            {"create", "-size", "3m", "-fs", "HFS+", "-volname", "E", "-layout", row.layout, "-ov",
+                image});
+        EXPECT_EQ(made.out, "created: " + image + "\n") << made.err;
+        EXPECT_LE(fs::file_size(image), 3U << 20);
+        EXPECT_GT(fs::file_size(image), (3U << 20) - 4096);
+        for (const char* content : {"", "kept"}) {
+            const Outcome attach = run(hdiutil, {"attach", image});
+            for (const std::string& part : row.table)
+                EXPECT_THAT(attach.out, HasSubstr(part));
+            EXPECT_EQ(readFile(test.volume("E") / "file"), content) << row.layout;
+            writeFile(test.volume("E") / "file", "kept");
+            EXPECT_EQ(run(hdiutil, {"detach", "disk4"}).status, 0);
+        }
+    }
+    EXPECT_EQ(run(hdiutil, {"create", "-size", "90k", test.path("small.dmg")}).err,
+        "hdiutil: create failed - No space left on device\n");
+    EXPECT_FALSE(fs::exists(test.path("small.dmg")));
+}
+
+TEST(Hdiutil, AMountRootGetsAFolderForEachVolume)
+{
+    const ToolTest test;
+    const std::string root = test.path("root");
+    fs::create_directory(root);
+    for (const auto& [name, folder] : {std::pair{"a.dmg", "/Disk"}, {"b.dmg", "/Disk 1"}}) {
+        const Outcome attach =
+            run(hdiutil, {"attach", "-mountroot", root, test.image(name, "Disk")});
+        EXPECT_THAT(attach.out, EndsWith('\t' + root + folder + '\n'));
+        EXPECT_EQ(treeOf(root + folder), treeOf(test.source()));
+    }
+    EXPECT_EQ(run(hdiutil, {"detach", root + "/Disk"}).status, 0);
+    EXPECT_TRUE(fs::is_empty(root + "/Disk"));
+}
+
+TEST(Hdiutil, ChecksumsAreThoseOfTheDiskWhateverTheFormat)
+{
+    const ToolTest test;
+    const std::string raw = test.image("a.dmg"), packed = test.path("b.dmg");
+    run(hdiutil, {"convert", raw, "-format", "UDBZ", "-o", packed});
+    for (const std::string type : {"CRC32", "SHA256"}) {
+        const Outcome ofRaw = run(hdiutil, {"checksum", "-type", type, raw});
+        EXPECT_THAT(ofRaw.out, StartsWith(type + ' '));
+        EXPECT_EQ(run(hdiutil, {"checksum", "-type", type, packed}).out, ofRaw.out);
+    }
+    const std::string disk = readFile(raw);
+    EXPECT_EQ(run(hdiutil, {"checksum", "-type", "CRC32", raw}).out,
+        tools::crcText(bytes::crc32(std::as_bytes(std::span(disk)))) + "\n");
 }
 
 TEST(Hdiutil, ConvertReportsTablesAndTotals)

@@ -1,8 +1,11 @@
 #include "tools/Text.h"
+
 #include "tools/Arguments.h"
+#include "tools/Progress.h"
 
 #include <array>
 #include <gtest/gtest.h>
+#include <sstream>
 
 using tools::Align;
 
@@ -52,4 +55,27 @@ TEST(Arguments, AreTakenApartWhereverTheyStand)
     EXPECT_THROW(arguments.required("-ov"), tools::UsageError);
     EXPECT_THROW(tools::Arguments(std::vector<std::string>{"-x"}, known), tools::UsageError);
     EXPECT_THROW(tools::Arguments(std::vector<std::string>{"-o"}, known), tools::UsageError);
+}
+
+TEST(Progress, IsALineOfDotsForPeopleWhoWaitAndNumbersForPrograms)
+{
+    static std::chrono::steady_clock::time_point now;
+    const auto clock = [] { return now; };
+    std::ostringstream line, numbers;
+    {
+        tools::Progress dots(line, tools::Progress::Form::dots, clock);
+        dots(1, 2);
+        EXPECT_EQ(line.str(), "") << "quick jobs show none";
+        now += std::chrono::seconds(3);
+        dots(1, 2);
+        dots(2, 2);
+        dots.pause();
+        dots.pause();
+    }
+    EXPECT_EQ(line.str(), std::string(70, '.') + "\n");
+    tools::Progress percents(numbers, tools::Progress::Form::percents);
+    for (const uint64_t done : {1, 1, 4, 4})
+        percents(done, 8);
+    percents(8, 8);
+    EXPECT_EQ(numbers.str(), "PERCENT:12.500000\nPERCENT:50.000000\nPERCENT:100.000000\n");
 }

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <iosfwd>
+
+namespace tools {
+
+/// Shows how far a job is as hdiutil does: a line of dots once the job has taken a while, or, for a
+/// program that asked for it, "PERCENT:12.345000" lines. Knows nothing of threads.
+class Progress {
+public:
+    enum class Form { dots, percents };
+    using Now = std::chrono::steady_clock::time_point (*)();
+
+    Progress(std::ostream& out, Form form, Now now = &std::chrono::steady_clock::now);
+    /// Ends a line of dots.
+    ~Progress() { pause(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void operator()(uint64_t done, uint64_t inAll);
+    /// Ends the line of dots, if there is one, because something else is printed now.
+    void pause();
+
+private:
+    std::ostream& m_out;
+    Form m_form;
+    Now m_now;
+    std::chrono::steady_clock::time_point m_start;
+    unsigned m_dots = 0; // on the line
+    int m_percent = -1; // last told, in thousandths of the whole
+};
+
+} // namespace tools
