@@ -4,6 +4,7 @@
 #include "cli/ContentHash.h"
 #include "cli/IdentityChoice.h"
 #include "cli/ProfileChoice.h"
+#include "cli/ShipLock.h"
 #include "cli/ShipRun.h"
 #include "cli/SignatureFacts.h"
 #include "cli/SigningSession.h"
@@ -114,13 +115,20 @@ int runShipCommand(const ShipOptions& options, const CommandHost& host)
     CommandReport report(
         host.results, host.messages, {u"ship"_s, options.build.json, options.build.quiet});
     try {
-        return ShipRun(shipmentOf(options, host), host, report).exec();
+        const Shipment shipment = shipmentOf(options, host);
+        const ShipLock lock(shipment.application, shipment.image);
+        return ShipRun(shipment, host, report).exec();
     } catch (const UsageError& error) {
         report.misused(QString::fromUtf8(error.what()));
         return ExitStatus::misused;
     } catch (const Interrupted&) {
         report.interrupted(u"nothing was changed."_s);
         return ExitStatus::interrupted;
+    } catch (const ShipLock::Taken& taken) {
+        report.failed({u"nothing was shipped"_s, u"taking hold of the files"_s, {},
+            u"Another run is at work on “%1”."_s.arg(QString::fromUtf8(taken.what())),
+            u"Let it end, then run this again: what it has done is kept."_s});
+        return ExitStatus::failed;
     } catch (const PlatformError& error) {
         report.failed({u"nothing was shipped"_s, u"keeping the ledger"_s, {}, error.description(),
             u"See that the application can be read, and that the output's folder can be written "

@@ -1,6 +1,7 @@
 #include "CommandFixture.h"
 #include "NotaryTools.h"
 #include "SigningTools.h"
+#include "cli/ShipLock.h"
 
 #include <QDir>
 #include <QFile>
@@ -233,6 +234,24 @@ TEST_F(Ship, WhatHasChangedIsDoneAgain)
         EXPECT_EQ(test.run(first + options), 0) << row.name << qPrintable(test.messages());
         EXPECT_EQ(test.deeds(), row.deeds) << row.name;
     }
+}
+
+TEST_F(Ship, TwoRunsNeverWorkOnTheSameFiles)
+{
+    const struct {
+        QString application, output;
+    } rows[] = {
+        {path(u"Example.app"_s), path(u"out/Other.dmg"_s)},
+        {path(u"Other.app"_s), path(u"out/Demo.dmg"_s)},
+    };
+    for (const auto& row : rows) {
+        const ShipLock held(row.application, row.output);
+        EXPECT_EQ(ship(), 1);
+        EXPECT_TRUE(messages().contains("Another run is at work on"_L1)) << qPrintable(messages());
+        EXPECT_EQ(deeds(), QString());
+    }
+    EXPECT_EQ(ship(), 0) << qPrintable(messages());
+    EXPECT_FALSE(QFile::exists(path(u"out/Demo.dmg.ledger.lock"_s)));
 }
 
 TEST_F(Ship, ATicketThatNobodyLivedToWriteDownIsRecognised)
