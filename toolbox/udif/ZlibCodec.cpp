@@ -29,19 +29,20 @@ void decodeZlib(std::span<const std::byte> stored, std::span<std::byte> content)
         throw bytes::FormatError("a zlib chunk is damaged");
 }
 
-// libdeflate's levels for those of zlib, 1 to 9. Measured in chunks of 1 MiB on 33.5 MB of a
-// machine code library (libclang-cpp; a Qt library gives the same picture), one core:
+// libdeflate's levels for those of zlib, 1 to 9. Measured in the chunks of whole volumes, one core,
+// while others used the machine too: 481 MB of shared libraries (and 486 MB of small texts):
 //
-//     zlib 6         10.52 MB   29 MB/s        libdeflate 7   10.43 MB   57 MB/s
-//     zlib 9         10.47 MB    9 MB/s        libdeflate 9   10.39 MB   18 MB/s
-//     libdeflate 6   10.47 MB   78 MB/s        libdeflate 10  10.15 MB   12 MB/s
+//     zlib 9         154.43 MB    9 MB/s   (99.76 MB   11 MB/s)
+//     libdeflate 5   154.86 MB   92 MB/s
+//     libdeflate 6   153.84 MB   75 MB/s   (100.42 MB 104 MB/s)
+//     libdeflate 7   153.16 MB   58 MB/s   (99.76 MB   83 MB/s)
 //
-// So level 7 beats zlib's best at six times its speed and is used when nobody asks for a level; who
-// asks for 9 gets 3 % less than zlib makes and still waits less. Zlib has no 10 to 12; they are
-// libdeflate's own, and the last two save another 0.1 %.
+// So level 6 is as small as zlib's best, give or take 0.7 %, at eight times its speed and is used
+// when nobody asks for a level; who asks for 9 gets 3 % less than zlib makes and still waits less.
+// Zlib has no 10 to 12; they are libdeflate's own, and the last two save another 0.1 %.
 constexpr std::array deflateLevels{1, 2, 3, 4, 5, 6, 6, 7, 10, 10, 11, 12};
 constexpr int largestZlibLevel = static_cast<int>(deflateLevels.size());
-constexpr int defaultZlibLevel = 8;
+constexpr int defaultZlibLevel = 6;
 
 class ZlibEncoder final : public ChunkEncoder {
 public:
