@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -142,18 +143,30 @@ int BuildRun::report()
 
 int BuildRun::reportFailure(BuildStep step, const QString& said)
 {
-    const FailureAdvice& advice = adviceFor(step);
-    QString text = said;
-    text.replace(m_output.path(), m_output.target());
+    QString text = withoutWorkFolders(said).trimmed();
+    if (text.endsWith(u':'))
+        text += u" the tool ended without a word; it may have been killed."_s;
     // That nothing ejected the volume comes to light when its image is converted.
-    const QStringView ejector = adviceFor(BuildStep::unmount).tool;
-    const bool isUnejected = step == BuildStep::compress && isMissing(ejector);
-    const QStringView tool = isUnejected ? ejector : advice.tool;
-    const QString remedy = isMissing(tool)
+    const FailureAdvice& ejection = adviceFor(BuildStep::unmount);
+    const bool isUnejected = step == BuildStep::compress
+        && (isMissing(ejection.tool) || said.contains("Resource temporarily unavailable"_L1));
+    const FailureAdvice& advice = isUnejected ? ejection : adviceFor(step);
+    const QString remedy = isMissing(advice.tool)
         ? u"Install this program again: the tool that came with it is missing."_s
         : advice.remedy.toString();
-    m_report.failed({advice.name.toString(), tool.toString(), text, remedy});
+    m_report.failed({adviceFor(step).name.toString(), advice.tool.toString(), text, remedy});
     return ExitStatus::failed;
+}
+
+/// Names the user's own files instead of the copies that the tools were given.
+QString BuildRun::withoutWorkFolders(QString text) const
+{
+    static const QString staging = u"/[0-9A-F-]{36}/SourceFiles/"_s;
+    const QRegularExpression copies(QRegularExpression::escape(m_session.workFolder()) + staging);
+    const QString workspace = copies.match(text).captured();
+    if (!workspace.isEmpty())
+        text.replace(workspace, QFileInfo(m_job.appURL->toLocalFile()).path() + u'/');
+    return text.replace(m_output.path(), m_output.target());
 }
 
 bool BuildRun::isMissing(QStringView tool) const

@@ -37,6 +37,7 @@ private:
     QCoro::Task<> finish();
     int report();
     int reportFailure(BuildStep step, const QString& said);
+    QString withoutWorkFolders(QString text) const;
     bool isMissing(QStringView tool) const;
 
     DMGConfig m_job;

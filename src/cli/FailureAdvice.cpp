@@ -17,7 +17,7 @@ constexpr FailureAdvice rows[] = {
         u"See that the picture can be read and that TMPDIR has room for it."},
     {BuildStep::createImage, u"creating the writable image", u"/usr/bin/hdiutil",
         u"See that TMPDIR has room for twice the application, and that no two of its file names "
-        u"differ in case alone."},
+        u"differ in case or in how an accent is stored alone."},
     {BuildStep::mount, u"mounting the writable image", u"/usr/bin/hdiutil",
         u"See that TMPDIR has room for another copy of the application, then try again."},
     {BuildStep::setVolumeIcon, u"setting the volume's icon", u"/usr/bin/SetFile",

@@ -24,6 +24,7 @@ StandardStreams::StandardStreams()
 {
     replaceClosedStreams();
     std::signal(SIGPIPE, SIG_IGN); // a reader that goes away ends its stream, not the work
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a failure like a full disk
     // Not inherited: a reader of our results sees their end when we end, whatever a tool does.
     const int results = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     ::dup2(STDERR_FILENO, STDOUT_FILENO);

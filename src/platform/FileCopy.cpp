@@ -2,8 +2,10 @@
 
 #include <QByteArrayList>
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <limits>
 #include <memory>
 #include <unistd.h>
 
@@ -20,6 +22,7 @@ namespace {
 // Between two looks at the stop flag.
 [[maybe_unused]] constexpr size_t kernelChunk = 8 << 20;
 constexpr size_t ownChunk = 128 << 10;
+constexpr auto wholeFile = std::numeric_limits<uint64_t>::max();
 
 bool stopped(const std::atomic<bool>* stop)
 {
@@ -43,35 +46,39 @@ bool writeAll(int target, const char* bytes, size_t count)
     return true;
 }
 
-/// From both files' current positions to the end.
-bool copyThroughMemory(int source, int target, const std::atomic<bool>* stop)
+/// At most `count` bytes from both files' current positions, fewer at the source's end.
+bool copyThroughMemory(int source, int target, uint64_t count, const std::atomic<bool>* stop)
 {
     const auto buffer = std::make_unique_for_overwrite<char[]>(ownChunk);
-    for (;;) {
+    while (count > 0) {
         if (stopped(stop))
             return false;
-        const ssize_t count = ::read(source, buffer.get(), ownChunk);
-        if (count == 0)
+        const ssize_t taken =
+            ::read(source, buffer.get(), static_cast<size_t>(std::min<uint64_t>(ownChunk, count)));
+        if (taken == 0)
             return true;
-        if (count < 0 && errno != EINTR)
+        if (taken < 0 && errno != EINTR)
             return false;
-        if (count > 0 && !writeAll(target, buffer.get(), static_cast<size_t>(count)))
+        if (taken > 0 && !writeAll(target, buffer.get(), static_cast<size_t>(taken)))
             return false;
+        count -= static_cast<uint64_t>(std::max<ssize_t>(taken, 0));
     }
+    return true;
 }
 
 #ifdef Q_OS_LINUX
-/// Copies as much as the kernel will; what remains is for the slow way. False after a stop.
-bool copyInKernel(int source, int target, const std::atomic<bool>* stop)
+/// Copies as much of `count` bytes as the kernel will and takes it from `count`; what remains is
+/// for the slow way. False after a stop.
+bool copyInKernel(int source, int target, uint64_t& count, const std::atomic<bool>* stop)
 {
-    if (::ioctl(target, FICLONE, source) == 0)
-        return ::lseek(source, 0, SEEK_END) >= 0;
-    while (!stopped(stop)) {
-        const ssize_t count = ::copy_file_range(source, nullptr, target, nullptr, kernelChunk, 0);
-        if (count <= 0) // at the end, or an error that the slow way meets again if it is real
+    while (count > 0 && !stopped(stop)) {
+        const ssize_t moved = ::copy_file_range(source, nullptr, target, nullptr,
+            static_cast<size_t>(std::min<uint64_t>(kernelChunk, count)), 0);
+        if (moved <= 0) // at the end, or an error that the slow way meets again if it is real
             return true;
+        count -= static_cast<uint64_t>(moved);
     }
-    return false;
+    return !stopped(stop);
 }
 
 bool copyAttribute(int source, int target, const char* name)
@@ -83,15 +90,45 @@ bool copyAttribute(int source, int target, const char* name)
 }
 #endif
 
+bool copyRun(int source, int target, uint64_t count, const std::atomic<bool>* stop)
+{
+#ifdef Q_OS_LINUX
+    if (!copyInKernel(source, target, count, stop))
+        return false;
+#endif
+    return copyThroughMemory(source, target, count, stop);
+}
+
+/// Leaves out the holes, which the copy has too.
+bool copyRunsOfData(int source, int target, const std::atomic<bool>* stop)
+{
+    for (off_t at = 0;;) {
+        const off_t end = ::lseek(source, 0, SEEK_END); // first: the file may be growing
+        const off_t data = ::lseek(source, at, SEEK_DATA);
+        if (data < 0)
+            return errno == ENXIO && ::ftruncate(target, end) == 0;
+        const off_t hole = ::lseek(source, data, SEEK_HOLE);
+        if (hole < 0 || ::lseek(source, data, SEEK_SET) < 0 || ::lseek(target, data, SEEK_SET) < 0
+            || !copyRun(source, target, static_cast<uint64_t>(hole - data), stop))
+            return false;
+        at = hole;
+    }
+}
+
 } // namespace
 
 bool FileCopy::contents(int source, int target, const std::atomic<bool>* stop)
 {
 #ifdef Q_OS_LINUX
-    if (!copyInKernel(source, target, stop))
-        return false;
+    if (::ioctl(target, FICLONE, source) == 0)
+        return true;
 #endif
-    return copyThroughMemory(source, target, stop);
+    struct stat status { };
+    if (::fstat(source, &status) != 0)
+        return false;
+    const bool isSparse = status.st_blocks * 512 < status.st_size;
+    return isSparse ? copyRunsOfData(source, target, stop)
+                    : copyRun(source, target, wholeFile, stop);
 }
 
 bool FileCopy::attributes(int source, int target)

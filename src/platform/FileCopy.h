@@ -7,6 +7,7 @@
 class FileCopy {
 public:
     /// All bytes, to an empty file; shared or moved inside the kernel where the file system can.
+    /// Holes stay holes.
     /// ECANCELED soon after `stop` (which may be null) was set.
     static bool contents(int source, int target, const std::atomic<bool>* stop);
     /// The extended attributes of the user's. Those that the target's file system has no room

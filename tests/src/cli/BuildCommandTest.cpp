@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QImage>
 
 #include <unistd.h>
 
@@ -41,6 +42,31 @@ TEST_F(BuildCommand, HandsEveryOptionToTheJob)
     EXPECT_EQ(
         UserDefaults(path(u"defaults.plist"_s)).string(u"default_compression"_s), std::nullopt)
         << "the user's choice is not this run's";
+}
+
+TEST_F(BuildCommand, TakesTheBackgroundsOtherResolutionAlong)
+{
+    const auto save = [this](QSize size, const QString& name) {
+        QImage picture(size, QImage::Format_RGB32);
+        picture.fill(Qt::blue);
+        ASSERT_TRUE(picture.save(path(name)));
+    };
+    const QStringList build{u"build"_s, u"Example.app"_s, u"--background"_s, u"bg.png"_s, u"-o"_s,
+        u"out/Demo.dmg"_s, u"--json"_s};
+    save({600, 400}, u"bg.png"_s);
+    save({1200, 800}, u"bg@2x.png"_s);
+    ASSERT_EQ(run(build), 0) << qPrintable(messages());
+    EXPECT_TRUE(readFile(path(u"applescript"_s)).contains(".background/bg.tiff\""));
+    EXPECT_FALSE(messages().contains("warning"_L1)) << qPrintable(messages());
+
+    save({1201, 800}, u"bg@2x.png"_s);
+    save({600, 300}, u"bg.png"_s);
+    ASSERT_EQ(run(build), 0);
+    EXPECT_TRUE(readFile(path(u"applescript"_s)).contains(".background/bg.png\""));
+    EXPECT_TRUE(messages().contains("bg.png is used alone."_L1)
+        && messages().contains("is 600 x 300 points, the window 600 x 400"_L1))
+        << qPrintable(messages());
+    EXPECT_EQ(leftBehind(), QStringList());
 }
 
 TEST_F(BuildCommand, NamesTheOutputAsTheSettingsSay)
@@ -171,6 +197,15 @@ TEST_F(BuildCommand, AFailureNamesStepToolWordsAndRemedyAndKeepsTheOldImage)
         {"creating", u"hdiutil"_s, u"create"_s, u"echo no room >&2; exit 1"_s,
             u"creating the writable image"_s, u"/usr/bin/hdiutil"_s,
             u"DMG Conversion failed: no room"_s},
+        {"creating, with the file's real name", u"hdiutil"_s, u"create"_s,
+            u"echo \"$5/Example.app/twin: no\" >&2; exit 1"_s, u"creating the writable image"_s,
+            u"/usr/bin/hdiutil"_s, u"DMG Conversion failed: {}/Example.app/twin: no"_s},
+        {"mounting, killed", u"hdiutil"_s, u"attach"_s, u"kill -KILL $$"_s,
+            u"mounting the writable image"_s, u"/usr/bin/hdiutil"_s,
+            u"Failed to mount DMG: the tool ended without a word; it may have been killed."_s},
+        {"converting what was not ejected", u"hdiutil"_s, u"convert"_s,
+            u"echo Resource temporarily unavailable >&2; exit 1"_s, u"converting the image"_s,
+            u"/usr/sbin/diskutil"_s, u"DMG Conversion failed: Resource temporarily unavailable"_s},
         {"styling", u"osascript"_s, QString(),
             u"echo '12:13: syntax error: Expected end of line. (-2741)' >&2; exit 1"_s,
             u"styling the window"_s, u"/usr/bin/osascript"_s,
