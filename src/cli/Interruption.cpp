@@ -7,6 +7,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -16,6 +17,7 @@ constexpr std::array watched{SIGINT, SIGTERM, SIGHUP};
 std::array<int, 2> pipeEnds{-1, -1};
 std::array<struct sigaction, watched.size()> previous{};
 volatile std::sig_atomic_t hasCome = 0;
+std::vector<Interruption*> living; // the outermost first
 
 void passOn(int)
 {
@@ -30,14 +32,21 @@ void passOn(int)
 
 Interruption::Interruption()
 {
+    living.push_back(this);
+    if (living.size() > 1) {
+        if (hasCome != 0)
+            QMetaObject::invokeMethod(this, &Interruption::requested, Qt::QueuedConnection);
+        return;
+    }
     hasCome = 0;
     if (::pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         return; // the signals keep their usual meaning
     auto* const notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, [this] {
+    connect(notifier, &QSocketNotifier::activated, this, [] {
         std::array<char, 16> bytes{};
         while (::read(pipeEnds[0], bytes.data(), bytes.size()) > 0) { }
-        emit requested();
+        for (Interruption* const each : std::vector(living))
+            emit each->requested();
     });
 
     struct sigaction action { };
@@ -57,7 +66,8 @@ bool Interruption::isRequested() const
 
 Interruption::~Interruption()
 {
-    if (pipeEnds[0] < 0)
+    std::erase(living, this);
+    if (!living.empty() || pipeEnds[0] < 0)
         return;
     for (std::size_t i = 0; i < watched.size(); ++i)
         ::sigaction(watched[i], &previous[i], nullptr);

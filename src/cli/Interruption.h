@@ -3,8 +3,10 @@
 #include <QObject>
 
 /// Turns SIGINT, SIGTERM and SIGHUP into a signal on the main loop while it lives; what they did
-/// before comes back afterwards. One that the program was started to ignore stays ignored. There is
-/// one such object at a time.
+/// before comes back afterwards. One that the program was started to ignore stays ignored.
+///
+/// Objects may live within the life of another: all of them hear of a signal, and one that begins
+/// after it hears of it, too. So a command that consists of others holds one throughout.
 class Interruption : public QObject {
     Q_OBJECT
 public:

@@ -115,14 +115,8 @@ QCoro::Task<int> NotarizeRun::notarize()
         isStapled = co_await goOn();
     else
         isStapled = co_await submit();
-    if (m_session.isInterrupted()) {
-        const std::optional<QString>& identifier = m_submission.identifier;
-        m_report.interrupted(identifier
-                ? u"the service goes on with submission %1; take it up again with --submission."_s
-                      .arg(*identifier)
-                : u"nothing was submitted."_s);
-        co_return ExitStatus::interrupted;
-    }
+    if (m_session.isInterrupted())
+        co_return reportInterruption();
     if (!isStapled)
         co_return co_await reportFailure();
     if (m_submission.subject.isImage())
@@ -166,6 +160,8 @@ QCoro::Task<int> NotarizeRun::assess()
     follow(u"Assessing the stapled image..."_s);
     VerificationManager manager(m_session.shell());
     co_await manager.verify(m_submission.subject.location);
+    if (m_session.isInterrupted())
+        co_return reportInterruption();
     if (!manager.isReadyForDistribution()) {
         m_complaints = linesOf(manager.logs());
         co_return co_await reportFailure();
@@ -182,6 +178,20 @@ void NotarizeRun::reportSuccess(QJsonObject findings)
     if (m_submission.identifier)
         findings[u"submission"_s] = *m_submission.identifier;
     m_report.finished(m_submission.subject.path(), findings);
+}
+
+int NotarizeRun::reportInterruption()
+{
+    const std::optional<QString>& identifier = m_submission.identifier;
+    if (m_stage == &stages[assessmentStage])
+        m_report.interrupted(u"the ticket is stapled."_s);
+    else if (identifier)
+        m_report.interrupted(
+            u"the service goes on with submission %1; take it up again with --submission."_s.arg(
+                *identifier));
+    else
+        m_report.interrupted(u"nothing was submitted."_s);
+    return ExitStatus::interrupted;
 }
 
 QCoro::Task<int> NotarizeRun::reportFailure()

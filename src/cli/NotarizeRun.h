@@ -38,6 +38,7 @@ private:
     QCoro::Task<bool> submit();
     QCoro::Task<bool> goOn();
     QCoro::Task<int> assess();
+    int reportInterruption();
     QCoro::Task<int> reportFailure();
     void reportSuccess(QJsonObject findings);
     void follow(const QString& text);

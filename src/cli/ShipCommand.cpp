@@ -3,6 +3,7 @@
 #include "cli/CommandReport.h"
 #include "cli/ContentHash.h"
 #include "cli/IdentityChoice.h"
+#include "cli/Interruption.h"
 #include "cli/ProfileChoice.h"
 #include "cli/ShipLock.h"
 #include "cli/ShipRun.h"
@@ -114,6 +115,7 @@ int runShipCommand(const ShipOptions& options, const CommandHost& host)
 {
     CommandReport report(
         host.results, host.messages, {u"ship"_s, options.build.json, options.build.quiet});
+    const Interruption throughout; // also between the steps, which listen for themselves
     try {
         const Shipment shipment = shipmentOf(options, host);
         const ShipLock lock(shipment.application, shipment.image);

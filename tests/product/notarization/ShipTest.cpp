@@ -53,19 +53,25 @@ nlohmann::json stopAt(const Rehearsal& user, const std::string& mark, int number
 TEST(Ship, EndedAtEachStepItGoesOn)
 {
     Rehearsal user;
-    const auto killAt = [&](const char* step) {
-        const std::string start = std::string("\"state\":\"started\",\"step\":\"") + step + '"';
-        stopAt(user, start, SIGKILL, 1000 + SIGKILL);
+    const auto startOf = [](const char* step) {
+        return std::string("\"state\":\"started\",\"step\":\"") + step + '"';
     };
-    killAt("sign-application");
+    const auto killAt = [&](const char* step) {
+        stopAt(user, startOf(step), SIGKILL, 1000 + SIGKILL);
+    };
+    const auto interruptAt = [&](const char* step) {
+        stopAt(user, startOf(step), SIGTERM, 130);
+        EXPECT_FALSE(fs::exists(user.image().string() + ".ledger.lock")) << step;
+    };
+    interruptAt("sign-application"); // nothing of the step listens for signals yet
     killAt("notarize-application");
     const auto submitted = stopAt(user, "\"event\":\"submission\"", SIGTERM, 130);
-    killAt("build-image");
+    interruptAt("build-image");
     EXPECT_EQ(user.ledger().at("notarize-application").at("submission"),
         submitted.at("notarize-application").at("submission"))
         << "a submission outlives the command";
     killAt("sign-image");
-    killAt("notarize-image");
+    interruptAt("notarize-image");
     killAt("verify-image");
     const nlohmann::json done = doneIn(user.ledger());
     EXPECT_EQ(done.size(), 5U);
