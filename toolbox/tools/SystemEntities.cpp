@@ -30,7 +30,7 @@ plist::Array systemEntities(const volumes::AttachedImage& image)
     plist::Array result{
         entity(disk, image.content, image.content, image.slices.empty(), image.mountPoint)};
     for (const volumes::Slice& slice : image.slices) {
-        result.push_back(entity(disk + "s" + std::to_string(slice.number), slice.content,
+        result.emplace_back(entity(disk + "s" + std::to_string(slice.number), slice.content,
             slice.typeID, slice.number == image.volume.number, image.mountPoint));
     }
     return result;
