@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
 #include <fstream>
-#include <thread>
+#include <memory>
 
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 
 /// Everything below `folder` but what the test itself put there.
 std::vector<std::string> leftovers(const fs::path& folder)
@@ -33,27 +33,39 @@ std::vector<std::string> leftovers(const fs::path& folder)
 
 TEST(Interruption, LeavesNothingBehindWheneverItComes)
 {
-    // Into the copy, the first wait, the icon, the last wait, the conversion.
-    for (const auto moment : {30ms, 150ms, 1200ms, 2600ms, 4500ms, 6080ms}) {
-        const TemporaryFolder folder;
-        fs::create_directory(folder.path() / "out");
-        const fs::path image = folder.path() / "out" / "App.dmg";
-        std::ofstream(image) << "the image of yesterday";
-
-        ProgramRun program({vandor(), "build", SAMPLE_APP, "-o", image.string()}, folder.path());
-        std::this_thread::sleep_for(moment);
-        program.signal(SIGINT);
-        const int status = program.wait();
+    // What the program says last before the signal comes. Nothing: it may not be listening yet.
+    const std::string moments[] = {"", "Starting build", "Copying app bundle",
+        "Mounting for customization", "Setting volume icon", "Syncing file system",
+        "Compressing final DMG"};
+    struct Run {
+        TemporaryFolder folder;
+        fs::path image = folder.path() / "out" / "App.dmg";
+        std::unique_ptr<ProgramRun> program;
+    };
+    std::array<Run, std::size(moments)> runs;
+    for (Run& run : runs) {
+        fs::create_directory(run.image.parent_path());
+        std::ofstream(run.image) << "the image of yesterday";
+        run.program = std::make_unique<ProgramRun>(
+            std::vector<std::string>{vandor(), "build", SAMPLE_APP, "-o", run.image.string()},
+            run.folder.path());
+    }
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const std::string& moment = moments[i];
+        const Run& run = runs[i];
+        ASSERT_TRUE(run.program->awaitWords(moment)) << moment;
+        run.program->signal(SIGINT);
+        const int status = run.program->wait();
         // Before the program has its handlers, the signal itself ends it; a shell says 130 to both.
-        const bool interrupted = status == 130 || (moment < 100ms && status == 1000 + SIGINT);
-        EXPECT_TRUE(interrupted || (moment > 6000ms && status == 0))
-            << moment.count() << " ms: " << status << "\n"
-            << program.errors();
-        EXPECT_EQ(leftovers(folder.path()), std::vector<std::string>{}) << moment.count() << " ms\n"
-                                                                        << program.errors();
-        ASSERT_TRUE(fs::exists(image));
+        const bool interrupted = status == 130 || (moment.empty() && status == 1000 + SIGINT);
+        EXPECT_TRUE(interrupted || (&run == &runs.back() && status == 0))
+            << moment << ": " << status << "\n"
+            << run.program->errors();
+        EXPECT_EQ(leftovers(run.folder.path()), std::vector<std::string>{}) << moment;
+        ASSERT_TRUE(fs::exists(run.image));
         if (interrupted) {
-            EXPECT_EQ(fs::file_size(image), 22U) << "the old image stays until the new one is done";
+            EXPECT_EQ(fs::file_size(run.image), 22U)
+                << "the old image stays until the new one is done";
         }
     }
 }
@@ -63,11 +75,12 @@ TEST(Interruption, AKilledBuildDoesNotDisturbTheNext)
     const TemporaryFolder folder;
     const std::vector<std::string> command{
         vandor(), "build", SAMPLE_APP, "-o", (folder.path() / "App.dmg").string()};
-    for (const auto moment : {200ms, 3000ms}) {
-        ProgramRun killed(command, folder.path());
-        std::this_thread::sleep_for(moment);
-        killed.signal(SIGKILL);
-        EXPECT_EQ(killed.wait(), 1000 + SIGKILL);
+    ProgramRun early(command, folder.path()), late(command, folder.path());
+    for (const auto& [killed, moment] :
+        {std::pair{&early, "Copying app bundle"}, {&late, "Setting volume icon"}}) {
+        ASSERT_TRUE(killed->awaitWords(moment));
+        killed->signal(SIGKILL);
+        EXPECT_EQ(killed->wait(), 1000 + SIGKILL);
     }
     ProgramRun next(command, folder.path());
     EXPECT_EQ(next.wait(), 0) << next.errors();

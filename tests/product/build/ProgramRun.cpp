@@ -1,6 +1,7 @@
 #include "ProgramRun.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -8,6 +9,7 @@
 #include <stdexcept>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -71,6 +73,17 @@ ProgramRun::~ProgramRun()
         ::kill(-m_process, SIGKILL);
         wait();
     }
+}
+
+bool ProgramRun::awaitWords(const std::string& text) const
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (errors().find(text) == std::string::npos) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
 }
 
 void ProgramRun::signal(int number) const

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 #include <sys/types.h>
@@ -16,6 +15,8 @@ public:
     ProgramRun(const ProgramRun&) = delete;
     ProgramRun& operator=(const ProgramRun&) = delete;
 
+    /// Waits until it has said `text` on standard error; false when it didn't for a minute.
+    bool awaitWords(const std::string& text) const;
     void signal(int number) const; // to the program's whole group, as a terminal does
     /// Its exit status; 1000 + number when a signal ended it.
     int wait();
