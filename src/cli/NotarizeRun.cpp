@@ -10,6 +10,8 @@
 
 #include <QJsonObject>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -26,8 +28,7 @@ const NotarizeRun::Stage NotarizeRun::stages[] = {
         u"See that every file of the application can be read, and that TMPDIR has room for an "
         u"archive of it."},
     {u"Submitting", u"the submission", u"/usr/bin/xcrun",
-        u"Mend what is named above, sign again, then submit again. “vandor credentials verify” "
-        u"tells whether the profile works."},
+        u"Mend what is named above, sign again, then submit again."},
     {u"Stapling ticket", u"stapling the ticket", u"/usr/bin/xcrun",
         u"A ticket can be published late: run “vandor staple” in a few minutes."},
     {u"Assessing", u"the assessment", u"/usr/sbin/spctl",
@@ -65,6 +66,37 @@ bool isComplaint(const QString& line)
 {
     return line.contains("Error"_L1) || line.contains("failed"_L1)
         || line.contains("status: Invalid"_L1);
+}
+
+/// Failures that the file isn't to blame for, by the words that tell them.
+struct Excuse {
+    QStringView sign;
+    QStringView remedy;
+};
+constexpr QStringView unreachable =
+    u"See that this machine reaches the notary service, then run the same command again. A "
+    u"submission that the service has already is found again.";
+constexpr QStringView refusedCredentials =
+    u"Try the profile with “vandor credentials verify”; “vandor credentials store” replaces it. A "
+    u"clock that is minutes off is refused, too.";
+constexpr Excuse excuses[] = {
+    {u"No Keychain password item found",
+        u"Store credentials under this name with “vandor credentials store”, or name another "
+        u"profile; “local” is this machine's own authority, for rehearsals."},
+    {u"HTTP status code: 401", refusedCredentials},
+    {u"HTTP status code: 403",
+        u"Sign in to the developer account: an agreement may wait to be accepted, or the key may "
+        u"not be allowed to notarize."},
+    {u"NSURLErrorDomain", unreachable},
+    {u"HTTP status code: 429", unreachable},
+    {u"HTTP status code: 5", unreachable},
+};
+
+QString remedyFor(const QString& said, QStringView otherwise)
+{
+    const auto excuse = std::ranges::find_if(
+        excuses, [&said](const Excuse& one) { return said.contains(one.sign); });
+    return (excuse == std::end(excuses) ? otherwise : excuse->remedy).toString();
 }
 
 QCoro::Task<> awaitAndStaple(NotaryService& service, Submission submission, NotaryService::Log say,
@@ -207,8 +239,9 @@ QCoro::Task<int> NotarizeRun::reportFailure()
     }
     const QString kind = m_submission.subject.kindName();
     const QString tool = m_stage->tool.toString();
-    m_report.failed({u"the %1 was not notarized"_s.arg(kind), m_stage->name.toString(), tool,
-        m_complaints.join(u'\n'), m_session.remedy(tool, m_stage->remedy.toString())});
+    const QString said = m_complaints.join(u'\n');
+    m_report.failed({u"the %1 was not notarized"_s.arg(kind), m_stage->name.toString(), tool, said,
+        m_session.remedy(tool, remedyFor(said, m_stage->remedy))});
     co_return ExitStatus::failed;
 }
 

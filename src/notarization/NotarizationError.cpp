@@ -11,7 +11,7 @@ QString NotarizationError::description() const
 {
     switch (m_case) {
     case Case::invalidStatus:
-        return u"The notary service did not accept the submission (invalidStatus)."_s;
+        return u"The notary service or its tool reported a failure (invalidStatus)."_s;
     case Case::retryLimitExceeded:
         return u"The notary service could not be reached in any attempt (retryLimitExceeded)."_s;
     case Case::unzipFailed:

@@ -103,12 +103,21 @@ TEST_F(NotarizationCommands, FailWithTheToolsWordsAndARemedy)
     const Row rows[] = {
         {"a refusal, with the service's log", notarizeImage, u"submit"_s, invalid,
             u"the submission"_s, u"/usr/bin/xcrun"_s,
-            u"status: Invalid\nThe notary service did not accept the submission (invalidStatus).\n"
+            u"status: Invalid\nThe notary service or its tool reported a failure (invalidStatus).\n"
             u"a.dmg/x: The binary is not signed.\nAnother."_s,
             u"Mend what is named"_s},
         {"unknown credentials", notarizeImage, u"submit"_s,
             u"echo 'Error: No Keychain password item found' >&2; exit 69"_s, u"the submission"_s,
-            u"/usr/bin/xcrun"_s, u"Error: No Keychain password item found"_s, u"Mend what"_s},
+            u"/usr/bin/xcrun"_s, u"Error: No Keychain password item found"_s,
+            u"Store credentials under this name"_s},
+        {"no network", notarizeImage, u"submit"_s,
+            u"echo 'Error: HTTPError(statusCode: nil, error: Error Domain=NSURLErrorDomain "
+            u"Code=-1009' >&2; exit 1"_s,
+            u"the submission"_s, u"/usr/bin/xcrun"_s, u"-1009"_s,
+            u"See that this machine reaches"_s},
+        {"a token that nobody believes", notarizeImage, u"submit"_s,
+            u"echo 'Error: HTTP status code: 401. Unauthenticated.' >&2; exit 1"_s,
+            u"the submission"_s, u"/usr/bin/xcrun"_s, u"401"_s, u"Try the profile"_s},
         {"no room for the archive", {u"notarize"_s, u"Example.app"_s, u"--profile"_s, u"p"_s},
             u"archive"_s, u"echo full >&2; exit 1"_s, u"archiving the application"_s,
             u"/usr/bin/ditto"_s, u"status 1: full"_s, u"See that every file"_s},

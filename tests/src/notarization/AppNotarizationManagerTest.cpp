@@ -63,7 +63,7 @@ TEST_F(AppNotarizationManagerTest, EndsWhereAStepFails)
             u"❌ Process Failed: The command ended with status 1: disk full\n"_s,
             false},
         {"a refused submission", u"submit"_s, u"echo status: Invalid"_s,
-            u"❌ Process Failed: The notary service did not accept the submission "
+            u"❌ Process Failed: The notary service or its tool reported a failure "
             u"(invalidStatus).\n"_s,
             true},
         {"no ticket", u"validate"_s, u"exit 65"_s,

@@ -65,8 +65,8 @@ TEST_F(NotarizationManagerTest, EndsWhereAStepFails)
     };
     const Row rows[] = {
         {"a refused submission", u"submit"_s, u"echo status: Invalid"_s, false,
-            u"[notarytool] status: Invalid\n\n❌ Process Failed: The notary service did not accept "
-            u"the submission (invalidStatus).\n"_s,
+            u"[notarytool] status: Invalid\n\n❌ Process Failed: The notary service or its tool "
+            u"reported a failure (invalidStatus).\n"_s,
             1},
         {"a staple that does not validate", u"validate"_s, u"echo no ticket >&2; exit 65"_s, false,
             u"✅ Notarization Accepted!\nStapling ticket to DMG...\n"
