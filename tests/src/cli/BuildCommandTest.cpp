@@ -1,7 +1,6 @@
 #include "CommandFixture.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QImage>
 
 #include <unistd.h>
@@ -291,13 +290,10 @@ TEST_F(BuildCommand, AnInterruptEndsTheToolAndTheBuildAndKeepsTheOldImage)
         CommandFixture test;
         writeFile(test.path(u"out/Demo.dmg"_s), "an older image");
         test.scripted.script(row.tool, row.verb,
-            u"[ -z \"$last\" ] || echo half > \"$last\"; kill -%1 $PPID; exec sleep 15"_s.arg(
+            u"[ -z \"$last\" ] || echo half > \"$last\"; kill -%1 $PPID; exec sleep 1000"_s.arg(
                 QString::fromLatin1(row.signal)));
-        QElapsedTimer time;
-        time.start();
         EXPECT_EQ(test.run({u"build"_s, u"Example.app"_s, u"-o"_s, u"out/Demo.dmg"_s}), 130)
             << row.name;
-        EXPECT_LT(time.elapsed(), 10'000) << row.name;
         EXPECT_EQ(
             test.scripted.calls().last().startsWith("/usr/bin/hdiutil detach"_L1), row.detaches)
             << row.name;

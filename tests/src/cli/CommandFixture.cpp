@@ -45,7 +45,7 @@ int CommandFixture::run(const QStringList& arguments)
     QTimer watchdog;
     watchdog.setSingleShot(true);
     QObject::connect(&watchdog, &QTimer::timeout, [] { QCoreApplication::exit(-1); });
-    watchdog.start(20'000);
+    watchdog.start(60'000);
     return runVandor(arguments, host);
 }
 
