@@ -224,9 +224,12 @@ AttachedVolumes::Claim AttachedVolumes::claim(
         // other, but a folder without an entry would stay for ever.
         chooseFolder(image, options);
         m_registry.save(image);
-        if (image.ownsFolder && ::mkdir(image.folder.c_str(), 0700) != 0) {
+        try {
+            if (image.ownsFolder)
+                m_registry.makeFolder(image);
+        } catch (...) {
             m_registry.remove(image);
-            bytes::throwErrno(image.folder.string());
+            throw;
         }
         return {std::move(image), std::move(held), std::move(whole)};
     }

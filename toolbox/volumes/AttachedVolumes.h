@@ -14,10 +14,10 @@ struct AttachOptions {
     bool mount = true;
     /// As a Mac has it; "/Volumes/" and the volume's name when empty. Outside /Volumes it must be
     /// an empty folder.
-    std::filesystem::path mountPoint;
+    std::filesystem::path mountPoint{};
     /// Without a mount point: the existing folder in which the volume gets one of its name, instead
     /// of "/Volumes". Outside /Volumes that folder stays, empty, when the volume goes.
-    std::filesystem::path mountRoot;
+    std::filesystem::path mountRoot{};
 };
 
 struct AttachResult {

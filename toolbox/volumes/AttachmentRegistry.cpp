@@ -6,13 +6,17 @@
 #include "volumes/ChangeLog.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <span>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace volumes {
 
@@ -22,6 +26,7 @@ namespace {
 
 constexpr std::string_view entryPrefix = "disk";
 constexpr std::string_view entrySuffix = ".json";
+constexpr std::string_view unfinishedPrefix = ".vandor-"; // bytes::OutputFile's too
 
 /// The number in "disk12.json".
 std::optional<unsigned> diskOfEntry(std::string_view name)
@@ -136,6 +141,20 @@ void AttachmentRegistry::save(const AttachedImage& image) const
     entry.commit(true);
 }
 
+/// Made under a random name and then renamed: see StateFolder::make.
+void AttachmentRegistry::makeFolder(const AttachedImage& image) const
+{
+    std::string unfinished =
+        (m_state.attached() / (std::string(unfinishedPrefix) + "XXXXXX")).string();
+    if (::mkdtemp(unfinished.data()) == nullptr)
+        bytes::throwErrno(unfinished);
+    if (::rename(unfinished.c_str(), image.folder.c_str()) == 0)
+        return;
+    const int failure = errno;
+    ::rmdir(unfinished.c_str());
+    throw std::system_error(failure, std::generic_category(), image.folder.string());
+}
+
 void AttachmentRegistry::discardFolder(const AttachedImage& image) const
 {
     if (image.ownsFolder && !image.folder.empty()) {
@@ -204,7 +223,7 @@ bool AttachmentRegistry::finish(const AttachedImage& image) const
 void AttachmentRegistry::removeUnfinishedFiles() const
 {
     for (const fs::directory_entry& entry : fs::directory_iterator(m_state.attached())) {
-        if (entry.path().filename().string().starts_with(".vandor-"))
+        if (entry.path().filename().string().starts_with(unfinishedPrefix))
             fs::remove(entry.path());
     }
 }

@@ -31,6 +31,8 @@ public:
     /// The lowest number that no entry has, claimed by its file. Under `lock`.
     unsigned freeDisk() const;
     void save(const AttachedImage& image) const;
+    /// Makes the empty folder of an image that owns it. Throws std::system_error.
+    void makeFolder(const AttachedImage& image) const;
     /// Takes the entry and all that belongs to it away, the mounted folder first.
     void remove(const AttachedImage& image) const;
     /// The same without the entry, which stays as an image that is attached and not mounted.

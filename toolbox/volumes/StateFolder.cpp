@@ -2,7 +2,10 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
+#include <linux/fs.h>
 #include <pwd.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +19,23 @@ void makeFolder(const fs::path& folder)
 {
     if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
         throw StateFolderError(errno, folder);
+}
+
+/// Asks the host's file system, where it knows the wish, to place each folder made here by its name
+/// and not beside the others. Where ext4 has no journal it searches one group of inodes past all
+/// that were freed in the last minutes: 45,000 files laid out where as many had just been removed
+/// took 31 s, elsewhere 2.
+void spreadFolders(const fs::path& folder)
+{
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    int flags = 0;
+    if (::ioctl(descriptor, FS_IOC_GETFLAGS, &flags) == 0 && (flags & FS_TOPDIR_FL) == 0) {
+        flags |= FS_TOPDIR_FL;
+        ::ioctl(descriptor, FS_IOC_SETFLAGS, &flags);
+    }
+    ::close(descriptor);
 }
 
 bool isOurs(const struct stat& status)
@@ -112,6 +132,7 @@ void StateFolder::make() const
     makeFolder(m_volumes);
     makeFolder(m_attached);
     check();
+    spreadFolders(m_attached);
 }
 
 bool StateFolder::exists() const
