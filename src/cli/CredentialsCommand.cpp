@@ -1,6 +1,7 @@
 #include "cli/CredentialsCommand.h"
 
 #include "cli/CommandReport.h"
+#include "cli/Rehearsal.h"
 #include "cli/ToolSession.h"
 #include "cli/UsageError.h"
 #include "notarization/NotaryError.h"
@@ -98,8 +99,14 @@ private:
 QCoro::Task<int> Action::store(Credentials credentials)
 {
     const QString step = u"storing the credentials"_s;
+    bool isLocal = false;
     try {
         co_await ::store(m_session.tools(), credentials);
+        if (!credentials.isKey) {
+            const QString history =
+                co_await NotaryToolClient::verifyCredentials(m_session.tools(), m_profile);
+            isLocal = isRehearsal(history);
+        }
     } catch (const NotaryError& error) {
         co_return fail(step, error.description(),
             u"See that the network is there, and that the account, team and password, or the key, "
@@ -107,7 +114,12 @@ QCoro::Task<int> Action::store(Credentials credentials)
     } catch (const LaunchError& error) {
         co_return fail(step, QString::fromUtf8(error.what()), {});
     }
-    m_report.finished(m_profile, {{u"profile"_s, m_profile}});
+    if (isLocal) {
+        m_report.progress(u"This host's notary tool can't submit with an Apple ID. What is "
+                          u"submitted with “%1” is judged by this machine's own authority, not by "
+                          u"Apple; for Apple's service store a key."_s.arg(m_profile));
+    }
+    m_report.finished(m_profile, {{u"profile"_s, m_profile}, {u"rehearsal"_s, isLocal}});
     co_return ExitStatus::done;
 }
 

@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <optional>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -37,13 +38,15 @@ QString outcomeOf(const ShipRecord& record)
     return record.submission.isEmpty() ? u"failed"_s : u"submitted"_s;
 }
 
-QJsonObject contentOf(const QString& path)
+/// The steps, or nothing when the file has none.
+std::optional<QJsonObject> stepsIn(QFile& file)
 {
-    QFile file(path);
     if (!file.open(QFile::ReadOnly))
-        return {};
+        return std::nullopt;
     const QJsonObject root = QJsonDocument::fromJson(file.read(sizeLimit)).object();
-    return root[u"schema"_s] == schema ? root[u"steps"_s].toObject() : QJsonObject();
+    if (root[u"schema"_s] != schema || !root[u"steps"_s].isObject())
+        return std::nullopt;
+    return root[u"steps"_s].toObject();
 }
 
 } // namespace
@@ -51,7 +54,10 @@ QJsonObject contentOf(const QString& path)
 ShipLedger::ShipLedger(const QString& output)
     : m_path(output + u".ledger.json"_s)
 {
-    const QJsonObject steps = contentOf(m_path);
+    QFile file(m_path);
+    const std::optional<QJsonObject> known = stepsIn(file);
+    m_wasDamaged = !known && file.exists();
+    const QJsonObject steps = known.value_or(QJsonObject());
     for (const ShipStep step : allSteps) {
         const QJsonObject content = steps[nameOf(step)].toObject();
         ShipRecord& record = m_records[step];

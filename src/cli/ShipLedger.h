@@ -31,9 +31,12 @@ public:
     void record(ShipStep step, const ShipRecord& record, const QDateTime& now);
 
     const QString& path() const { return m_path; }
+    /// Whether there was something that isn't such a ledger.
+    bool wasDamaged() const { return m_wasDamaged; }
 
 private:
     QString m_path;
+    bool m_wasDamaged = false;
     QMap<ShipStep, ShipRecord> m_records;
     QMap<ShipStep, QString> m_times;
 };

@@ -45,6 +45,8 @@ ShipRun::ShipRun(Shipment shipment, const CommandHost& host, CommandReport& repo
 int ShipRun::exec()
 {
     int status = ExitStatus::interrupted;
+    if (m_ledger.wasDamaged())
+        m_report.progress(u"“%1” is damaged; starting over."_s.arg(m_ledger.path()));
     try {
         status = prepareApplication();
         if (status == ExitStatus::done)

@@ -192,6 +192,7 @@ TEST_F(NotarizationCommands, StoreAndVerifyCredentials)
     EXPECT_EQ(notary.calls(),
         (QStringList{u"xcrun <notarytool> <store-credentials> <mine> <--apple-id> "
                      u"<ada@example.org> <--team-id> <TEAM> <--password> <se cret>"_s,
+            u"xcrun <notarytool> <history> <--keychain-profile> <mine>"_s,
             u"xcrun <notarytool> <store-credentials> <mine> <--key> <%1> <--key-id> <K1> "
             u"<--issuer> <I1>"_s.arg(path(u"sea.png"_s)),
             u"xcrun <notarytool> <history> <--keychain-profile> <mine>"_s}));
@@ -199,6 +200,13 @@ TEST_F(NotarizationCommands, StoreAndVerifyCredentials)
         u"mine\nmine\nCredentials Verified. History Check:\n"
         u"Successfully received submission history.\n"_s);
     EXPECT_FALSE((results() + messages()).contains(u"se cret"_s));
+
+    notary.answer(u"history"_s, u"echo '  note=local stand-in authority, not Apple'"_s);
+    EXPECT_EQ(run({u"credentials"_s, u"store"_s, u"mine"_s, u"--apple-id"_s, u"ada@example.org"_s,
+                  u"--team-id"_s, u"TEAM"_s}),
+        0);
+    EXPECT_TRUE(messages().contains("judged by this machine's own authority"_L1))
+        << qPrintable(messages());
 }
 
 TEST_F(NotarizationCommands, InspectAnApplication)
