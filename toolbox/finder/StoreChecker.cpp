@@ -61,6 +61,32 @@ constexpr std::array iconViewRules{
     KeyRule{"axTextSize", Kind::number, false},
 };
 
+/// What a record holds. A Finder that meets another type may go down with it.
+struct RecordRule {
+    FourCC code;
+    FourCC type;
+    std::size_t size; // of a blob that is always as long; 0: any
+};
+
+constexpr std::array recordRules{
+    RecordRule{"Iloc", "blob", 16},
+    RecordRule{"bwsp", "blob", 0},
+    RecordRule{"icvp", "blob", 0},
+    RecordRule{"lsvp", "blob", 0},
+    RecordRule{"lsvP", "blob", 0},
+    RecordRule{"lsvC", "blob", 0},
+    RecordRule{"vSrn", "long", 0},
+    RecordRule{"vstl", "type", 0},
+    RecordRule{"icvl", "type", 0},
+    RecordRule{"fwi0", "blob", 16},
+    RecordRule{"fwvh", "shor", 0},
+    RecordRule{"BKGD", "blob", 12},
+    RecordRule{"pict", "blob", 0},
+    RecordRule{"cmmt", "ustr", 0},
+    RecordRule{"dscl", "bool", 0},
+    RecordRule{"dilc", "blob", 32},
+};
+
 constexpr int64_t pictureBackground = 2;
 constexpr auto itself = DesktopStore::folderItself;
 
@@ -115,7 +141,7 @@ public:
             checkIconView(*icons);
         checkBookmark(store);
         for (const StoreRecord& record : store.records())
-            if (record.code == "Iloc")
+            if (checkType(record) && record.code == "Iloc")
                 checkLocation(record);
     }
 
@@ -176,16 +202,32 @@ private:
                 + hfsplus::hostFromName(found->name));
     }
 
+    bool checkType(const StoreRecord& record)
+    {
+        const auto rule = std::ranges::find(recordRules, record.code, &RecordRule::code);
+        if (rule == recordRules.end())
+            return true;
+        const std::string what =
+            "the record " + record.code.text() + " of " + hfsplus::hostFromName(record.name);
+        if (record.value.type != rule->type)
+            object(what + " has the type " + record.value.type.text() + " instead of "
+                + rule->type.text());
+        else if (rule->size != 0 && record.value.bytes.size() != rule->size)
+            object(what + " has " + std::to_string(record.value.bytes.size()) + " bytes instead of "
+                + std::to_string(rule->size));
+        else
+            return true;
+        return false;
+    }
+
     std::optional<PropertyDictionary> dictionaryOf(
         const DesktopStore& store, FourCC code, std::span<const KeyRule> rules)
     {
         const StoreValue* value = store.find(itself, code);
-        if (!value)
+        if (!value || value->type != "blob")
             return std::nullopt;
         std::optional<PropertyDictionary> dictionary;
         guarded(code.text(), [&] {
-            if (value->type != "blob")
-                throw bytes::FormatError("the record is no blob");
             dictionary = readPropertyList(value->bytes);
             for (const KeyRule& rule : rules)
                 checkKey(code, *dictionary, rule);
@@ -243,15 +285,27 @@ private:
         std::replace(mountPoint.begin() + 9, mountPoint.end(), '/', ':');
         if (!alias.mountPoint.empty() && alias.mountPoint != mountPoint)
             remark("the background's alias leads to " + alias.mountPoint);
-        checkPicture(alias.path);
+        if (m_facts.created != 0 && alias.volumeCreated != m_facts.created)
+            remark("the background's alias leads to a volume of another date");
+        const auto file = checkPicture(alias.path);
+        if (file && alias.targetID != AliasRecord::unknownID && alias.targetID != *file)
+            remark("the background's alias leads to file " + std::to_string(alias.targetID)
+                + ", which is now file " + std::to_string(*file));
     }
 
-    void checkPicture(const std::string& path)
+    /// The picture's number, if it is there.
+    std::optional<uint32_t> checkPicture(const std::string& path)
     {
-        if (!path.starts_with('/'))
+        if (!path.starts_with('/')) {
             object("the background's path is not absolute: " + path);
-        else if (m_facts.hasFile && !m_facts.hasFile(path))
+            return std::nullopt;
+        }
+        if (!m_facts.fileAt)
+            return std::nullopt;
+        const auto file = m_facts.fileAt(path);
+        if (!file)
             remark("the background is missing: " + path);
+        return file;
     }
 
     void checkBookmark(const DesktopStore& store)
@@ -263,6 +317,13 @@ private:
             const Bookmark bookmark = readBookmark(raw);
             if (!bookmark.volumeName.empty() && !sameName(bookmark.volumeName, m_facts.volumeName))
                 remark("the background's bookmark leads to the volume " + bookmark.volumeName);
+            // Its path begins with the volume's own: "Volumes", "Demo".
+            if (bookmark.path.size() < 3 || bookmark.path[0] != "Volumes")
+                return;
+            std::string path;
+            for (std::size_t i = 2; i < bookmark.path.size(); ++i)
+                path += '/' + bookmark.path[i];
+            checkPicture(path);
         });
     }
 
@@ -271,9 +332,15 @@ private:
         const std::string name = hfsplus::hostFromName(record.name);
         guarded("the place of " + name, [&] {
             const IconLocation place = readIconLocation(record.value.bytes);
-            if (record.name.starts_with(u'.'))
-                return; // hidden: often put far away on purpose, and often not there
-            if (!m_rootNames.contains(record.name))
+            const bool isThere = m_rootNames.contains(record.name);
+            if (record.name.starts_with(u'.')) {
+                // Often put far away on purpose, and often not there.
+                if (isThere && m_frame && isInside(place))
+                    remark("the hidden item " + name
+                        + " lies in the window, where those who see such items see it");
+                return;
+            }
+            if (!isThere)
                 remark("a place is kept for " + name + ", which is not on the volume");
             else if (m_frame && !isInside(place))
                 remark("the icon of " + name + " lies outside the window");

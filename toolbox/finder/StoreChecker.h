@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -13,8 +15,10 @@ namespace finder {
 struct VolumeFacts {
     std::string volumeName; // as a user reads it
     std::set<std::u16string> rootNames; // as the volume stores them
-    /// Whether the volume has a file at a path ("/.background/bg.png"); empty: not looked at.
-    std::function<bool(const std::string& path)> hasFile;
+    /// The catalog id of the volume's file at a path ("/.background/bg.png"), if there is one;
+    /// empty: not looked at.
+    std::function<std::optional<uint32_t>(const std::string& path)> fileAt;
+    uint32_t created = 0; // the header's date; 0: not looked at
 };
 
 struct StoreFinding {

@@ -32,15 +32,15 @@ void printResult(
 constexpr uint64_t storeLimit = uint64_t{64} << 20;
 
 /// `path` is what a store claims: it may be nothing that a file can be called.
-bool hasFile(const hfsplus::Volume& volume, std::string_view path)
+std::optional<uint32_t> fileAt(const hfsplus::Volume& volume, std::string_view path)
 {
     while (path.starts_with('/'))
         path.remove_prefix(1);
     try {
-        return !path.empty() && volume.find(path).has_value();
-    } catch (const std::system_error&) {
-        return false;
-    }
+        if (const auto entry = path.empty() ? std::nullopt : volume.find(path))
+            return static_cast<uint32_t>(entry->id);
+    } catch (const std::system_error&) { }
+    return std::nullopt;
 }
 
 void note(VolumeState& state, bool damage, std::string line)
@@ -58,10 +58,13 @@ void checkStore(const hfsplus::Volume& volume, VolumeState& state)
         note(state, true, ".DS_Store: larger than any store");
         return;
     }
-    finder::VolumeFacts facts{.volumeName = volume.name(), .rootNames = {}, .hasFile = {}};
+    finder::VolumeFacts facts{.volumeName = volume.name(),
+        .rootNames = {},
+        .fileAt = {},
+        .created = volume.header().createDate};
     for (const hfsplus::Entry& entry : volume.children(hfsplus::rootFolderID))
         facts.rootNames.emplace(entry.name);
-    facts.hasFile = [&](const std::string& path) { return hasFile(volume, path); };
+    facts.fileAt = [&](const std::string& path) { return fileAt(volume, path); };
     const std::vector<std::byte> raw = fork.read(0, static_cast<std::size_t>(fork.size()));
     for (const finder::StoreFinding& finding : finder::checkStore(raw, facts))
         note(state, finding.damage, ".DS_Store: " + finding.message);

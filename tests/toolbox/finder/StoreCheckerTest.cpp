@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 namespace finder {
 
 namespace {
@@ -18,7 +20,11 @@ VolumeFacts demoFacts()
 {
     return {.volumeName = "Demo",
         .rootNames = {u"Demo.app", u"Applications", u".background"},
-        .hasFile = [](const std::string& path) { return path == "/.background/bg.png"; }};
+        .fileAt =
+            [](const std::string& path) {
+                return path == "/.background/bg.png" ? samples::demoPicture().id : std::nullopt;
+            },
+        .created = samples::demoPicture().volumeCreated};
 }
 
 DesktopStore demoStore()
@@ -80,10 +86,23 @@ TEST(StoreChecker, AStyledVolumeHasNothingToObjectTo)
 
 TEST(StoreChecker, EachFaultIsNamed)
 {
-    AliasTarget elsewhere = samples::demoPicture(), gone = samples::demoPicture();
+    AliasTarget elsewhere = samples::demoPicture(), gone = elsewhere, other = elsewhere;
     elsewhere.volumeName = "Developer";
+    elsewhere.volumeCreated += 1;
     gone.path = "/.background/gone.png";
+    other.id = 0x14;
     DesktopStore damagedBookmark = demoStore(), notABlob = demoStore(), shortPlace = demoStore();
+    DesktopStore lostBookmark = demoStore(), nested = demoStore();
+    auto bookmark = samples::demoBookmark();
+    const std::string name = "bg.png";
+    const auto place = std::ranges::search(bookmark, std::as_bytes(std::span(name)));
+    ASSERT_FALSE(place.empty());
+    *place.begin() = std::byte{'B'}, *(place.begin() + 1) = std::byte{'x'};
+    lostBookmark.set(u".", "pBBk", StoreValue::blob(bookmark));
+    nested.set(u".", "bwsp", // {"WindowBounds": {}}
+        StoreValue::blob(
+            samples::fromHex("62706c6973743030d101025c57696e646f77426f756e6473d0080b1800000000"
+                             "00000101000000000000000300000000000000000000000000000019")));
     damagedBookmark.set(u".", "pBBk", StoreValue::blob(samples::fromHex("626f6f6b")));
     notABlob.set(u".", "icvp", StoreValue::number(1));
     shortPlace.set(u"Demo.app", "Iloc", StoreValue::blob(samples::fromHex("0001")));
@@ -119,13 +138,18 @@ TEST(StoreChecker, EachFaultIsNamed)
             "no background is of the type 3"},
         {withPicture(elsewhere), "leads to the volume Developer", false},
         {withPicture(elsewhere), "leads to /Volumes/Developer", false},
+        {withPicture(elsewhere), "leads to a volume of another date", false},
+        {withPicture(other), "leads to file 20, which is now file 19", false},
+        {lostBookmark, "the background is missing: /.background/Bx.png", false},
+        {withPlace(u".background", {20, 20}), "the hidden item .background", false},
+        {nested, "bwsp: WindowBounds has the wrong type"},
         {withPicture(gone), "the background is missing: /.background/gone.png", false},
         {withPlace(u"Old.app", {10, 10}), "a place is kept for Old.app", false},
         {withPlace(u"Demo.app", {600, 100}), "Demo.app lies outside the window", false},
         {withPlace(u"demo.app", {100, -1}), "lies outside the window", false},
         {damagedBookmark, "the background's bookmark"},
-        {notABlob, "the record is no blob"},
-        {shortPlace, "the place of Demo.app"},
+        {notABlob, "the record icvp of . has the type long instead of blob"},
+        {shortPlace, "the record Iloc of Demo.app has 2 bytes instead of 16"},
     };
     for (const Row& row : rows) {
         const auto found = checkStore(writeStore(row.store), demoFacts());
@@ -152,7 +176,7 @@ TEST(StoreChecker, BookkeepingIsLookedAt)
     DesktopStore store;
     store.set(u"a", "Iloc", StoreValue::blob(std::vector<std::byte>(16)));
     store.set(u"b", "Iloc", StoreValue::blob(std::vector<std::byte>(16)));
-    const VolumeFacts facts{.volumeName = "Demo", .rootNames = {u"a", u"b"}, .hasFile = {}};
+    const VolumeFacts facts{.volumeName = "Demo", .rootNames = {u"a", u"b"}, .fileAt = {}};
     ASSERT_TRUE(checkStore(writeStore(store), facts).empty());
     for (const Row& row : rows) {
         auto raw = writeStore(store);
