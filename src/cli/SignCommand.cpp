@@ -48,6 +48,7 @@ private:
     QCoro::Task<int> sign();
     QCoro::Task<std::optional<ShellError>> signWith(SigningIdentity identity);
     void follow(QString message);
+    bool hasSigned() const;
     int reportNoIdentity(const std::optional<QString>& failure);
     QCoro::Task<AppSignatureStatus> signatureNow();
     int reportFailure(const QString& reason);
@@ -90,14 +91,23 @@ QCoro::Task<int> SignRun::sign()
     }
     if (failure)
         co_return reportFailure(failure->description());
-    if (!signature.text.startsWith(identity.name)) {
-        co_return reportFailure(
-            u"The signature on it is not by “%1” but an older one."_s.arg(identity.name));
-    }
+    if (!hasSigned())
+        co_return reportFailure(u"The signature on it is an older one."_s);
     co_return reportSuccess(identity, signature);
 }
 
-/// A signing that failed may have left an older signature, and that verifies, too.
+/// Whether the tool says so. A signing that failed may have left an older signature, by the same
+/// identity even, and that verifies, too. Where the pieces of the tool's words end is chance.
+bool SignRun::hasSigned() const
+{
+    const auto withoutBlanks = [](QString text) {
+        text.removeIf([](QChar each) { return each.isSpace(); });
+        return text;
+    };
+    return withoutBlanks(m_complaints.join(QString()))
+        .contains(withoutBlanks(path() + ": signed"_L1));
+}
+
 QCoro::Task<AppSignatureStatus> SignRun::signatureNow()
 {
     AppSignatureStatus status = m_session.manager().appSignatureStatus();
