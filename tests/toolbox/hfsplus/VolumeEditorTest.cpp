@@ -338,25 +338,25 @@ TEST(VolumeEditor, FolderCountsOfHFSXStayRight)
     expectSameFolder(out.device(), out.folder().path());
 }
 
-TEST(VolumeEditor, TwentyThousandFilesComeAndGo)
+TEST(VolumeEditor, ThousandsOfFilesComeAndGo)
 {
     const TemporaryFolder folder;
     folder.write("first", "1");
-    LaidOut out(SampleVolume::build(folder, 120 << 20));
-    for (int i = 0; i < 20'000; ++i)
+    LaidOut out(SampleVolume::build(folder, 24 << 20));
+    for (int i = 0; i < 4'000; ++i)
         out.folder().write(
             "many/" + std::to_string(i % 40) + "/file " + std::to_string(i), std::to_string(i));
-    EXPECT_EQ(out.apply().added, 20'041U);
+    EXPECT_EQ(out.apply().added, 4'041U);
     EXPECT_EQ(findingsOf(out.device()), "");
 
     LaidOut again(bytes::MemoryDevice(out.device().bytes()));
-    EXPECT_EQ(again.report().files, 20'001U);
-    EXPECT_EQ(contentOf(again.at("many/7/file 12207")), "12207");
+    EXPECT_EQ(again.report().files, 4'001U);
+    EXPECT_EQ(contentOf(again.at("many/7/file 2207")), "2207");
     for (int i = 0; i < 20; ++i)
         fs::remove_all(again.at("many/" + std::to_string(i)));
-    EXPECT_EQ(again.apply().removed, 10'020U);
+    EXPECT_EQ(again.apply().removed, 2'020U);
     EXPECT_EQ(findingsOf(again.device()), "");
-    EXPECT_EQ(Volume(again.device()).header().fileCount, 10'001U);
+    EXPECT_EQ(Volume(again.device()).header().fileCount, 2'001U);
 }
 
 TEST(VolumeEditor, TheForkOfAFileWithTwoNamesSurvives)

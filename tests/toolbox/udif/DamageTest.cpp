@@ -76,11 +76,11 @@ TEST_P(Damage, ABitFlippedInTheDataForkIsNeverMissed)
     }
 }
 
-TEST_P(Damage, ThousandsOfChangedBytesNeverDoHarm)
+TEST_P(Damage, ChangedBytesNeverDoHarm)
 {
     std::mt19937 random(static_cast<unsigned>(GetParam()));
     std::size_t noticed = 0;
-    constexpr std::size_t rounds = 2000;
+    constexpr std::size_t rounds = 600;
     for (std::size_t round = 0; round < rounds; ++round) {
         Bytes damaged = m_image;
         const std::size_t changes = 1 + random() % 4;
