@@ -12,9 +12,14 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
+
+#ifdef __linux__
+#include <linux/fs.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -33,6 +38,25 @@ void makeFolder(const QString& path)
         fail(PlatformError::Operation::createFolder, path);
 }
 
+/// Has ext4 place each run's folder by its name and not beside the others: without a journal it
+/// searches for a free inode past all that were freed in the last minutes, and a bundle of 45,000
+/// files then takes half a minute. Elsewhere this does nothing.
+void spreadFolders([[maybe_unused]] const QString& path)
+{
+#ifdef __linux__
+    const int folder =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0)
+        return;
+    int flags = 0;
+    if (::ioctl(folder, FS_IOC_GETFLAGS, &flags) == 0 && (flags & FS_TOPDIR_FL) == 0) {
+        flags |= FS_TOPDIR_FL;
+        ::ioctl(folder, FS_IOC_SETFLAGS, &flags);
+    }
+    ::close(folder);
+#endif
+}
+
 /// The folder of all runs of this user. In a temporary folder that everybody may write to, another
 /// user may have made it first.
 QString commonFolder(const QString& temporaryFolder)
@@ -47,6 +71,7 @@ QString commonFolder(const QString& temporaryFolder)
         throw PlatformError(PlatformError::Operation::write, path,
             u"it is not a folder of this user's alone; remove it or set TMPDIR"_s);
     }
+    spreadFolders(path);
     return path;
 }
 
