@@ -89,7 +89,12 @@ public:
     QCoro::Task<int> verify();
 
 private:
-    int fail(const QString& step, const QString& said, const QString& remedy);
+    struct Step {
+        QString name;
+        QString onInterruption; // how things are then
+        QString remedy{};
+    };
+    int fail(const Step& step, const QString& said);
 
     ToolSession& m_session;
     QString m_profile;
@@ -98,7 +103,9 @@ private:
 
 QCoro::Task<int> Action::store(Credentials credentials)
 {
-    const QString step = u"storing the credentials"_s;
+    const Step step{u"storing the credentials"_s, u"the credentials may be stored or not."_s,
+        u"See that the network is there, and that the account, team and password, or the key, its "
+        u"id and its issuer, belong together."_s};
     bool isLocal = false;
     try {
         co_await ::store(m_session.tools(), credentials);
@@ -108,11 +115,9 @@ QCoro::Task<int> Action::store(Credentials credentials)
             isLocal = isRehearsal(history);
         }
     } catch (const NotaryError& error) {
-        co_return fail(step, error.description(),
-            u"See that the network is there, and that the account, team and password, or the key, "
-            u"its id and its issuer, belong together."_s);
+        co_return fail(step, error.description());
     } catch (const LaunchError& error) {
-        co_return fail(step, QString::fromUtf8(error.what()), {});
+        co_return fail(step, QString::fromUtf8(error.what()));
     }
     if (isLocal) {
         m_report.progress(u"This host's notary tool can't submit with an Apple ID. What is "
@@ -125,31 +130,31 @@ QCoro::Task<int> Action::store(Credentials credentials)
 
 QCoro::Task<int> Action::verify()
 {
-    const QString step = u"asking the notary service"_s;
+    const Step step{u"asking the notary service"_s, u"nothing was changed."_s,
+        u"Store the credentials with “vandor credentials store”, and see that the network is "
+        u"there."_s};
     QString history;
     try {
         history = co_await NotaryToolClient::verifyCredentials(m_session.tools(), m_profile);
     } catch (const NotaryError& error) {
-        co_return fail(step, error.description(),
-            u"Store the credentials with “vandor credentials store”, and see that the network is "
-            u"there."_s);
+        co_return fail(step, error.description());
     } catch (const LaunchError& error) {
-        co_return fail(step, QString::fromUtf8(error.what()), {});
+        co_return fail(step, QString::fromUtf8(error.what()));
     }
     m_report.finished(
         history.trimmed(), {{u"profile"_s, m_profile}, {u"said"_s, history.trimmed()}});
     co_return ExitStatus::done;
 }
 
-int Action::fail(const QString& step, const QString& said, const QString& remedy)
+int Action::fail(const Step& step, const QString& said)
 {
     const QString tool = u"/usr/bin/xcrun"_s;
     if (m_session.isInterrupted()) {
-        m_report.interrupted(u"the credentials may be stored or not."_s);
+        m_report.interrupted(step.onInterruption);
         return ExitStatus::interrupted;
     }
-    m_report.failed(
-        {u"the credentials don't work"_s, step, tool, said, m_session.remedy(tool, remedy)});
+    m_report.failed({u"the credentials don't work"_s, step.name, tool, said,
+        m_session.remedy(tool, step.remedy)});
     return ExitStatus::failed;
 }
 
