@@ -25,12 +25,13 @@ struct TiffCloser {
 };
 using TiffFile = std::unique_ptr<TIFF, TiffCloser>;
 
-[[noreturn]] void fail(PlatformError::Operation operation, const QString& path, const char* reason)
+[[noreturn]] void refusePicture(
+    PlatformError::Operation operation, const QString& path, const char* reason)
 {
     throw PlatformError(operation, path, QCoreApplication::translate("RetinaPicture", reason));
 }
 
-QImage readPicture(const QString& path)
+QImage pictureAt(const QString& path)
 {
     QImageReader reader(path);
     reader.setAutoTransform(true);
@@ -40,9 +41,9 @@ QImage readPicture(const QString& path)
 
 QImage requirePicture(const QString& path)
 {
-    const QImage picture = readPicture(path);
+    const QImage picture = pictureAt(path);
     if (picture.isNull())
-        fail(PlatformError::Operation::read, path,
+        refusePicture(PlatformError::Operation::read, path,
             QT_TRANSLATE_NOOP("RetinaPicture", "It is no picture that this program can read"));
     return picture.convertToFormat(
         picture.hasAlphaChannel() ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
@@ -107,7 +108,7 @@ std::optional<QString> RetinaPicture::doubleOf(const QString& path)
 
 std::optional<QSize> RetinaPicture::sizeInPoints(const QString& path)
 {
-    const QImage picture = readPicture(path);
+    const QImage picture = pictureAt(path);
     if (picture.isNull())
         return std::nullopt;
     return QSize(qRound(picture.width() * pointsPerInch / densityOf(picture.dotsPerMeterX())),
@@ -119,7 +120,7 @@ void RetinaPicture::combine(const QString& path, const QString& path2x, const QS
     const QImage single = requirePicture(path);
     const QImage twice = requirePicture(path2x);
     if (twice.size() != single.size() * 2)
-        fail(PlatformError::Operation::read, path2x,
+        refusePicture(PlatformError::Operation::read, path2x,
             QT_TRANSLATE_NOOP("RetinaPicture", "It is not exactly twice as wide and high"));
 
     TIFFSetErrorHandler(nullptr); // it would speak on standard error; the caller has better words
