@@ -43,7 +43,8 @@ public:
         signing.answer(u"sign"_s,
             mark(u"signature"_s)
                 + u"; case \"$*\" in *%1*) echo Bob;; *) echo 'Developer ID Application: Ada "
-                  u"(TEAM)';; esac > '%2'"_s.arg(bobSha1, path(u"signer"_s)));
+                  u"(TEAM)';; esac > '%2'; echo \"$last: signed\" >&2"_s.arg(
+                      bobSha1, path(u"signer"_s)));
     }
     int ship(const QStringList& more = {})
     {
