@@ -47,8 +47,10 @@ bool place(BundleLayout& layout)
 std::string executableName(const BundleLayout& layout)
 {
     const auto* name = layout.info.find<std::string>("CFBundleExecutable");
-    if (name == nullptr || name->empty())
-        return layout.root.stem().string();
+    if (name == nullptr || name->empty()) {
+        const bool isVersion = layout.isFramework && layout.root == layout.sealRoot;
+        return (isVersion ? layout.root.parent_path().parent_path() : layout.root).stem().string();
+    }
     if (name->find('/') != std::string::npos || *name == "..")
         throw FormatError("bundle format unrecognized, invalid, or unsuitable");
     return *name;
@@ -83,13 +85,7 @@ std::optional<BundleLayout> BundleLayout::of(const fs::path& path)
 
     const fs::path folder =
         layout.isFramework || layout.isFlat ? layout.sealRoot : layout.sealRoot / "MacOS";
-    if (layout.isFramework && layout.root.parent_path().filename() == "Versions") {
-        const fs::path framework = layout.root.parent_path().parent_path();
-        const auto* name = layout.info.find<std::string>("CFBundleExecutable");
-        layout.executable = folder / (name != nullptr ? *name : framework.stem().string());
-    } else {
-        layout.executable = folder / executableName(layout);
-    }
+    layout.executable = folder / executableName(layout);
     if (fs::exists(fs::symlink_status(layout.executable)) && !isPlainFile(layout.executable))
         throw FormatError(
             "the main executable or Info.plist must be a regular file (no symlinks, etc.)");

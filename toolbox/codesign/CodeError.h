@@ -49,12 +49,15 @@ inline constexpr const char* sealModified =
 inline constexpr const char* sealMissing =
     "code has no resources but signature indicates they must be present";
 inline constexpr const char* oldSeal = "resource envelope is obsolete (version 1 signature)";
+inline constexpr const char* customOmissions = "resource envelope is obsolete (custom omit rules)";
 inline constexpr const char* resourceModified = "a sealed resource is missing or invalid";
 inline constexpr const char* nestedModified = "nested code is modified or invalid";
 inline constexpr const char* badSignatureFormat = "invalid or unsupported format for signature";
 inline constexpr const char* bundleRootContents = "unsealed contents present in the bundle root";
 inline constexpr const char* frameworkRootContents =
     "unsealed contents present in the root directory of an embedded framework";
+inline constexpr const char* frameworkVersion =
+    "embedded framework contains modified or invalid version";
 inline constexpr const char* linkDestination = "invalid destination for symbolic link in bundle";
 inline constexpr const char* strictExecutable = "main executable failed strict validation";
 inline constexpr const char* wrongTeam = "a Team Identifier is wrong or inappropriate";

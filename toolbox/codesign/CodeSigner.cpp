@@ -62,20 +62,42 @@ std::vector<std::byte> embeddedInfo(const fs::path& path)
         static_cast<std::size_t>(part.slice.infoPlist->size));
 }
 
-std::string identifierIn(std::span<const std::byte> info)
+plist::Value valuesOf(std::span<const std::byte> info)
 {
     if (info.empty())
-        return {};
+        return plist::Dictionary();
     try {
-        const plist::Value value = plist::read(info);
-        for (const char* key : {"CFBundleIdentifier", "CFBundleName"}) {
-            if (const auto* text = value.find<std::string>(key); text != nullptr)
-                return *text;
-        }
+        return plist::read(info);
     } catch (const FormatError&) {
         // What stands there is signed as it is, whether it makes sense or not.
+        return plist::Dictionary();
+    }
+}
+
+std::string identifierIn(const plist::Value& info)
+{
+    for (const char* key : {"CFBundleIdentifier", "CFBundleName"}) {
+        if (const auto* text = info.find<std::string>(key); text != nullptr)
+            return *text;
     }
     return {};
+}
+
+/// What code asks to be signed with, as a number or by the flags' names.
+uint32_t flagsIn(const plist::Value& info)
+{
+    constexpr const char* key = "CSFlags";
+    if (const auto* number = info.find<int64_t>(key);
+        number != nullptr && *number >= 0 && *number <= UINT32_MAX)
+        return static_cast<uint32_t>(*number);
+    const auto* text = info.find<std::string>(key);
+    if (text == nullptr)
+        return 0;
+    try {
+        return flagsFrom(*text);
+    } catch (const std::logic_error&) {
+        throw FormatError("CSFlags in Info.plist: no such flags: " + *text);
+    }
 }
 
 CodeSigner::Replaced replacedState(SignedState state)
@@ -152,7 +174,9 @@ SignedCode CodeSigner::signTool(const fs::path& path, bool isNested, Run& run) c
     requireNoDetritus(path);
     MachOTarget target;
     const std::vector<std::byte> info = embeddedInfo(path);
-    target.identifier = identifierFor(identifierIn(info), path, isNested);
+    const plist::Value values = valuesOf(info);
+    target.identifier = identifierFor(identifierIn(values), path, isNested);
+    target.flags = m_signer.flags ? *m_signer.flags : flagsIn(values);
     if (!info.empty())
         target.covered[Slot::infoPlist] = info;
     return signMachO(path, target, m_signer, run.pending);
@@ -193,6 +217,7 @@ SignedCode CodeSigner::signBundle(const BundleLayout& layout, bool isNested, Run
 
     MachOTarget target;
     target.identifier = identifierFor(layout.identifier(), layout.root, isNested);
+    target.flags = m_signer.flags ? *m_signer.flags : flagsIn(layout.info);
     target.covered[Slot::infoPlist] = contentOf(layout.infoFile);
     target.covered[Slot::resources] = bytesOf(seal);
     SignedCode code = signMachO(layout.executable, target, m_signer, run.pending);
@@ -225,6 +250,7 @@ CodeSigner::Result CodeSigner::signImage(const fs::path& path) const
 
     CodeToSign what;
     what.identifier = identifierFor({}, path, false);
+    what.flags = m_signer.flags.value_or(0);
     what.pageExponent = 0;
     what.codeLimit = image.signedLength;
     what.covered[Slot::diskImageTrailer] = image.coveredTrailer();

@@ -203,6 +203,8 @@ void CodeVerifier::checkResources(const StaticCode& code, const Options& options
     const ResourceSeal seal = intactSeal(code);
     if (options.strict && seal.version < 2)
         throw CodeError(message::oldSeal);
+    if (options.strict && !seal.rules.omitsOnlyAs(SealRules::defaults(bundle.resourcesPrefix())))
+        throw CodeError(message::customOmissions);
     bool nestedOnly = true;
     const SealDifferences differences = compareWithSeal(
         bundle, seal, [&](const SealCandidate& candidate, const NestedCode& nested) {
@@ -217,6 +219,25 @@ void CodeVerifier::checkResources(const StaticCode& code, const Options& options
     nestedOnly = nestedOnly && differences.added.empty() && differences.missing.empty();
     throw CodeError(nestedOnly ? message::nestedModified : message::resourceModified)
         .with(detailLines(bundle, differences));
+}
+
+/// The versions of a framework that are not the current one, for nobody else looks at them.
+void CodeVerifier::checkOtherVersions(const fs::path& framework, const Options& options) const
+{
+    const auto layout = BundleLayout::of(framework);
+    if (!layout || !layout->isFramework || layout->root == layout->sealRoot)
+        return;
+    for (const auto& entry : fs::directory_iterator(layout->root / "Versions")) {
+        if (entry.is_symlink() || !entry.is_directory() || entry.path() == layout->sealRoot)
+            continue;
+        try {
+            verify(entry.path(), options);
+        } catch (const CodeError&) {
+            throw CodeError(message::frameworkVersion);
+        } catch (const FormatError&) {
+            throw CodeError(message::frameworkVersion);
+        }
+    }
 }
 
 bool CodeVerifier::nestedHolds(
@@ -234,6 +255,8 @@ bool CodeVerifier::nestedHolds(
         const Verdict verdict = options.deep
             ? verify(candidate.location, options, &required)
             : checkParts(StaticCode::read(candidate.location), &required, false);
+        if (options.strict)
+            checkOtherVersions(candidate.location, options);
         if (verdict.meetsTest)
             follow("--validated:");
         return verdict.meetsTest;

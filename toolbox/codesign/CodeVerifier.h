@@ -46,6 +46,7 @@ private:
     void checkSigner(
         const StaticCode::Part& part, const std::optional<keychain::SignatureFacts>& signer) const;
     void checkResources(const StaticCode& code, const Options& options) const;
+    void checkOtherVersions(const std::filesystem::path& framework, const Options& options) const;
     bool nestedHolds(
         const SealCandidate& candidate, const NestedCode& sealed, const Options& options) const;
 

@@ -29,11 +29,11 @@ constexpr uint64_t executableIsMain = 1;
 /// Signatures with long chains or stamps get more room on a second attempt.
 constexpr uint64_t cmsEstimates[] = {18000, 128U << 10};
 
-CodeToSign codeOf(
-    const Slice& slice, const MachOTarget& target, const Signer& signer, bool oldHashes)
+CodeToSign codeOf(const Slice& slice, const MachOTarget& target, bool oldHashes)
 {
     CodeToSign what;
     what.identifier = target.identifier;
+    what.flags = target.flags;
     what.covered = target.covered;
     if (oldHashes)
         what.hashTypes = {HashType::sha1, HashType::sha256};
@@ -47,7 +47,7 @@ CodeToSign codeOf(
             what.executableLimit = text->fileSize;
         }
         what.executableFlags = isMain ? executableIsMain : 0;
-        if ((signer.flags & flagRuntime) != 0)
+        if ((target.flags & flagRuntime) != 0)
             what.runtime = slice.target->sdk;
     }
     return what;
@@ -169,7 +169,7 @@ SignedCode signMachO(const std::filesystem::path& path, const MachOTarget& targe
 
     std::vector<CodeToSign> codes;
     for (const MachOFile::Part& part : file.parts)
-        codes.push_back(codeOf(part.slice, target, signer, oldHashes));
+        codes.push_back(codeOf(part.slice, target, oldHashes));
 
     for (const uint64_t estimate : cmsEstimates) {
         std::vector<macho::SlicePlan> plans;

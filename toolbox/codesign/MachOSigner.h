@@ -23,6 +23,7 @@ struct SignedCode {
 /// What a Mach-O file's signature shall say beyond its code.
 struct MachOTarget {
     std::string identifier;
+    uint32_t flags = 0; // of the code directories
     std::map<Slot, std::vector<std::byte>> covered; // Info.plist and seal of its bundle
 };
 

@@ -148,6 +148,15 @@ plist::Value SealRules::write() const
     return table;
 }
 
+bool SealRules::omitsOnlyAs(const SealRules& signers) const
+{
+    return std::ranges::all_of(m_rules, [&](const Compiled& own) {
+        return !own.rule.omit || std::ranges::any_of(signers.m_rules, [&](const Compiled& theirs) {
+            return theirs.rule.omit && theirs.rule.pattern == own.rule.pattern;
+        });
+    });
+}
+
 const SealRule* SealRules::ruleFor(const std::string& path) const
 {
     const SealRule* heaviest = nullptr;

@@ -30,6 +30,8 @@ public:
 
     /// Null when no rule finds the path: then it is not sealed.
     const SealRule* ruleFor(const std::string& path) const;
+    /// Whether every rule that leaves something out is one of `signers`.
+    bool omitsOnlyAs(const SealRules& signers) const;
     std::size_t count() const { return m_rules.size(); }
 
 private:

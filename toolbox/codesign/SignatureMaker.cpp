@@ -26,7 +26,7 @@ CodeDirectory directoryFor(const Signer& signer, const CodeToSign& what, HashTyp
     const std::map<uint32_t, Blob>& parts)
 {
     CodeDirectory directory;
-    directory.flags = signer.flags | (signer.identity == nullptr ? flagAdhoc : 0U);
+    directory.flags = what.flags | (signer.identity == nullptr ? flagAdhoc : 0U);
     directory.identifier = what.identifier;
     directory.team = signer.team();
     directory.hashType = type;

@@ -13,6 +13,7 @@ namespace codesign {
 /// The code that one signature covers, and what belongs to it.
 struct CodeToSign {
     std::string identifier;
+    uint32_t flags = 0; // but for the one of ad hoc code
     std::vector<HashType> hashTypes{HashType::sha256}; // ascending; the first is the primary one
     uint8_t pageExponent = 12; // 0: one hash over everything
     uint64_t codeLimit = 0; // bytes of code

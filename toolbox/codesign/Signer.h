@@ -18,8 +18,9 @@ struct Signer {
     const keychain::Identity* identity = nullptr;
     /// Null for signatures without a time stamp.
     const keychain::TimeStamper* stamper = nullptr;
-    uint32_t flags = 0;
-    std::optional<Entitlements> entitlements; // main executables only
+    /// Of code directories; none leaves it to the information dictionary of each piece of code.
+    std::optional<uint32_t> flags;
+    std::optional<Entitlements> entitlements{}; // main executables only
 
     /// The team that the certificate names; empty for ad hoc and for chains of no developer.
     std::string team() const;

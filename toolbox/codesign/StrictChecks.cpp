@@ -14,12 +14,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
+bool isPlainData(const fs::directory_entry& entry)
+{
+    constexpr auto executable =
+        fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
+    const fs::file_status status = entry.symlink_status();
+    return fs::is_regular_file(status) && (status.permissions() & executable) == fs::perms::none;
+}
+
 void checkAppRoot(const BundleLayout& bundle)
 {
     static const std::set<std::string> allowed{
         "Contents", ".LSOverride", ".DS_Store", "Icon\r", ".SoftwareDepot.tracking"};
     for (const auto& entry : fs::directory_iterator(bundle.root)) {
-        if (!allowed.contains(entry.path().filename().string()))
+        const std::string name = entry.path().filename().string();
+        if (!allowed.contains(name) || (name != "Contents" && !isPlainData(entry)))
             throw CodeError(message::bundleRootContents);
     }
 }
@@ -29,6 +38,9 @@ void checkFrameworkRoot(const BundleLayout& bundle)
 {
     if (bundle.root == bundle.sealRoot)
         return;
+    const fs::path current = bundle.root / "Versions" / "Current";
+    if (!fs::is_symlink(current) || fs::read_symlink(current) != bundle.sealRoot.filename())
+        throw CodeError(message::frameworkRootContents);
     for (const auto& entry : fs::directory_iterator(bundle.root)) {
         const std::string name = entry.path().filename().string();
         if (name == "Versions" || name == ".DS_Store")
@@ -39,6 +51,12 @@ void checkFrameworkRoot(const BundleLayout& bundle)
     }
 }
 
+/// Where the system's own parts lie.
+bool isOfTheSystem(const std::string& path)
+{
+    return path.starts_with("/System/") || path.starts_with("/Library/");
+}
+
 void checkContents(const BundleLayout& bundle)
 {
     const std::string root = bundle.root.string() + "/";
@@ -47,7 +65,8 @@ void checkContents(const BundleLayout& bundle)
         if (at->is_symlink()) {
             const fs::path target =
                 (at->path().parent_path() / fs::read_symlink(at->path())).lexically_normal();
-            if (!(target.string() + "/").starts_with(root))
+            const std::string folder = target.string() + "/";
+            if (!folder.starts_with(root) && !isOfTheSystem(folder))
                 throw CodeError(message::linkDestination)
                     .with({"file modified: " + at->path().string()});
             continue;

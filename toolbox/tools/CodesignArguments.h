@@ -30,7 +30,7 @@ struct CodesignArguments {
     bool deep = false;
     bool strict = false;
     bool dryRun = false;
-    uint32_t flags = 0; // of the code directory, from --options
+    std::optional<uint32_t> flags; // of the code directory, from --options
     Stamp stamp = Stamp::asIdentityWants;
     std::string stampServer; // empty: the public one
     std::string entitlements; // a file to sign with, or where to show them ("-")

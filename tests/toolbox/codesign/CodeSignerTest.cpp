@@ -92,6 +92,13 @@ TEST(CodeSigner, AnAdHocBundleVerifiesAndEveryChangeIsNamed)
     }
 }
 
+/// A link that belongs to the seal.
+void link(const SampleBundle& sample, const char* target)
+{
+    fs::create_symlink(target, sample.app() / "Contents/Resources/link");
+    sign(sample.app(), {.force = true, .deep = true});
+}
+
 TEST(CodeSigner, StrictChecksFindWhatASealDoesNotCover)
 {
     struct Row {
@@ -104,6 +111,23 @@ TEST(CodeSigner, StrictChecksFindWhatASealDoesNotCover)
             message::bundleRootContents},
         {"a file beside Versions", [](auto& s) { putContent(s.framework() / "junk", "x"); },
             message::frameworkRootContents},
+        {"a program beside Contents", [](auto& s) { fs::copy(s.executable(), s.app() / "Icon\r"); },
+            message::bundleRootContents},
+        {"a current version that is no link",
+            [](auto& s) {
+                fs::remove(s.framework() / "Versions/Current");
+                fs::rename(s.framework() / "Versions/A", s.framework() / "Versions/Current");
+            },
+            message::frameworkRootContents},
+        {"a version that isn't the current one",
+            [](auto& s) {
+                fs::copy(s.framework() / "Versions/A", s.framework() / "Versions/B",
+                    fs::copy_options::recursive);
+                flip(s.framework() / "Versions/B/Greeting", 0x4000 + 0x1000);
+            },
+            message::frameworkVersion},
+        {"a link out of it", [](auto& s) { link(s, "/usr/share"); }, message::linkDestination},
+        {"a link to the system", [](auto& s) { link(s, "/System/Library"); }, ""},
         {"bytes behind the last slice",
             [](auto& s) { putContent(s.executable(), contentOf(s.executable()) + "0123456789"); },
             ""}, // outside every slice: nothing loads them
@@ -219,6 +243,40 @@ TEST(ResourceSeal, OfTheOldKindKnowsFilesOnly)
     EXPECT_TRUE(differences().none());
     flip(sample.app() / "Contents/Resources/HelloIcon.icns", 50);
     EXPECT_EQ(differences().modified, std::vector<std::string>{"Resources/HelloIcon.icns"});
+}
+
+TEST(ResourceSeal, MayLeaveOutNoMoreThanSignersDo)
+{
+    const SealRules signers = SealRules::defaults("Resources/");
+    plist::Dictionary rules = *signers.write().as<plist::Dictionary>();
+    EXPECT_TRUE(SealRules::read(rules).omitsOnlyAs(signers));
+    rules.emplace("^Resources/payload$", plist::Dictionary{{"omit", true}, {"weight", 3000.0}});
+    EXPECT_FALSE(SealRules::read(rules).omitsOnlyAs(signers));
+}
+
+TEST(CodeSigner, TakesFlagsFromTheInformationDictionaryUnlessItIsToldOthers)
+{
+    struct Row {
+        const char* value; // of CSFlags
+        std::optional<uint32_t> asked;
+        std::string printed;
+    };
+    const Row rows[] = {
+        {"<string>runtime,hard</string>", {}, "flags=0x10102(adhoc,hard,runtime)"},
+        {"<integer>512</integer>", {}, "flags=0x202(adhoc,kill)"},
+        {"<string>runtime</string>", flagHard, "flags=0x102(adhoc,hard)"},
+        {"<true/>", {}, "flags=0x2(adhoc)"},
+    };
+    for (const Row& row : rows) {
+        const SampleBundle sample;
+        const fs::path info = sample.app() / "Contents/Info.plist";
+        std::string text = contentOf(info);
+        text.insert(text.find("<dict>") + 6, std::string("<key>CSFlags</key>") + row.value);
+        putContent(info, text);
+        CodeSigner({.flags = row.asked}, {.force = true, .deep = true}).sign(sample.app());
+        const auto lines = reportOn(StaticCode::read(sample.app()), {}, 1);
+        EXPECT_NE(lines.at(3).find(row.printed), std::string::npos) << lines[3];
+    }
 }
 
 TEST(CodeSigner, ADryRunNamesTheCodeInsideOutAndTouchesNothing)
