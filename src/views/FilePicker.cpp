@@ -11,7 +11,12 @@ QFileDialog* makeDialog(QWidget* parent, const QString& title, FilePicker::Recei
 {
     auto* dialog = new QFileDialog(parent, title);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    QObject::connect(dialog, &QFileDialog::urlSelected, dialog, std::move(receive));
+    // Qt's own dialog tells of paths, the desktop's of locations: both have them when they end.
+    QObject::connect(dialog, &QDialog::accepted, dialog, [dialog, receive = std::move(receive)] {
+        const QList<QUrl> chosen = dialog->selectedUrls();
+        if (!chosen.isEmpty())
+            receive(chosen.first());
+    });
     return dialog;
 }
 
