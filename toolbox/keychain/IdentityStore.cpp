@@ -81,6 +81,7 @@ std::vector<Certificate> readCertificates(const PrivateFolder& folder)
 /// Does not write what is there already.
 bool writeCertificate(const PrivateFolder& folder, const Certificate& certificate)
 {
+    const bytes::File lock = folder.lock();
     const std::string name = certificate.fingerprint() + ".pem";
     if (folder.has(name))
         return false;
@@ -195,6 +196,7 @@ Identity IdentityStore::find(const std::string& query) const
 bool IdentityStore::add(const Identity& identity)
 {
     const PrivateFolder folder(m_folder);
+    const bytes::File lock = folder.lock();
     const std::string fingerprint = identity.certificate.fingerprint();
     if (folder.has(fingerprint + ".pem"))
         return false;
@@ -218,6 +220,7 @@ bool IdentityStore::remove(const std::string& fingerprint)
     if (!isFingerprint(fingerprint))
         return false;
     const PrivateFolder folder(m_folder);
+    const bytes::File lock = folder.lock();
     const std::string name = upper(fingerprint);
     const bool wasThere = folder.remove(name + ".pem");
     folder.remove(name + ".key");
@@ -238,6 +241,7 @@ void IdentityStore::addRehearsalRoot(const Certificate& root)
 void IdentityStore::revoke(const std::string& fingerprint)
 {
     const PrivateFolder folder(m_folder);
+    const bytes::File lock = folder.lock();
     std::string lines = folder.has(revokedName) ? folder.read(revokedName) : "";
     if (!lines.empty() && !lines.ends_with('\n'))
         lines += '\n';

@@ -1,11 +1,11 @@
 #include "keychain/PrivateFolder.h"
 
-#include "bytes/File.h"
 #include "bytes/FormatError.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -54,6 +54,16 @@ PrivateFolder PrivateFolder::establish(
             throw std::system_error(fault, path.string());
     }
     return PrivateFolder(path);
+}
+
+bytes::File PrivateFolder::lock() const
+{
+    auto folder = bytes::File::open(m_path, bytes::File::Mode::read);
+    while (::flock(folder.descriptor(), LOCK_EX) != 0) {
+        if (errno != EINTR)
+            bytes::throwErrno(m_path.string());
+    }
+    return folder;
 }
 
 bool PrivateFolder::has(const std::string& name) const

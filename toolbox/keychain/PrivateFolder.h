@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bytes/File.h"
+
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -19,6 +21,9 @@ public:
         const std::filesystem::path& path, const std::function<void(const PrivateFolder&)>& fill);
 
     const std::filesystem::path& path() const { return m_path; }
+    /// Waits until nobody else has the folder to themselves, process or thread. For what is looked
+    /// at and then changed; ends with the result. Not to be nested.
+    [[nodiscard]] bytes::File lock() const;
     bool has(const std::string& name) const;
     /// Throws std::system_error for what can't be read, bytes::FormatError beyond a mebibyte.
     std::string read(const std::string& name) const;

@@ -1,8 +1,11 @@
 #include "keychain/IdentityStore.h"
 #include "KeychainBench.h"
+#include "keychain/PrivateFolder.h"
 
 #include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace fs = std::filesystem;
 using namespace keychain;
@@ -132,6 +135,33 @@ TEST(IdentityStore, CompletesChainsFromCertificatesThatCameLater)
         << "a root is not trusted for being there";
     store.addRehearsalRoot(authority.root);
     EXPECT_EQ(store.list().entries.at(0).validity, Validity::valid);
+}
+
+TEST(IdentityStore, LosesNothingOfWhatManyChangeAtOnce)
+{
+    const TemporaryFolder folder;
+    const TestAuthority authority;
+    const Identity identity = authority.identity();
+    const std::string letters = "ABCDEF";
+    std::atomic<int> additions = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (const char letter : letters) {
+            threads.emplace_back([&, letter] {
+                IdentityStore store(folder.path());
+                additions += store.add(identity) ? 1 : 0;
+                store.revoke(std::string(40, letter));
+            });
+        }
+    }
+    EXPECT_EQ(additions, 1);
+    const PrivateFolder stored(folder.path() / "identities");
+    std::string revoked = stored.read("revoked");
+    std::ranges::sort(revoked);
+    std::string expected(letters.size(), '\n');
+    for (const char letter : letters)
+        expected += std::string(40, letter);
+    EXPECT_EQ(revoked, expected);
 }
 
 TEST(IdentityStore, LeavesOutDamagedEntriesAndSaysSo)
