@@ -4,6 +4,7 @@
 #include "codesign/CodeError.h"
 #include "codesign/CodeIdentifier.h"
 #include "codesign/DiskImageCode.h"
+#include "codesign/EmbeddedSignature.h"
 #include "codesign/HostDetritus.h"
 #include "codesign/ResourceSeal.h"
 #include "codesign/SignedState.h"
@@ -97,6 +98,16 @@ uint32_t flagsIn(const plist::Value& info)
         return flagsFrom(*text);
     } catch (const std::logic_error&) {
         throw FormatError("CSFlags in Info.plist: no such flags: " + *text);
+    }
+}
+
+bool isReadable(const Blob& imageSignature)
+{
+    try {
+        EmbeddedSignature::read(imageSignature, true);
+        return true;
+    } catch (const FormatError&) {
+        return false;
     }
 }
 
@@ -245,7 +256,8 @@ CodeSigner::Result CodeSigner::signImage(const fs::path& path) const
     if (!image.signature.empty()) {
         if (!m_options.force)
             throw CodeError(message::alreadySigned);
-        result.replaced = Replaced::signature;
+        result.replaced =
+            isReadable(image.signature) ? Replaced::signature : Replaced::brokenSignature;
     }
 
     CodeToSign what;

@@ -35,7 +35,7 @@ std::optional<DiskImageCode> DiskImageCode::read(const bytes::ByteSource& source
     const uint64_t offset = trailer.signatureOffset;
     const uint64_t length = trailer.signatureLength;
     if (length > longestSignature || offset > end || end - offset != length)
-        throw FormatError(unsuitable, end);
+        throw FormatError(unsuitable); // the tool says no more
     code.signedLength = offset;
     code.signature = source.read(offset, static_cast<std::size_t>(length));
     return code;

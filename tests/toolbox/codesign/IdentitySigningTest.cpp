@@ -182,6 +182,9 @@ TEST_F(IdentitySigning, ADiskImageCarriesASignature)
         EXPECT_NE(fault(path), "") << "byte " << at;
         putContent(path, good);
     }
+    flip(path, image.size());
+    EXPECT_EQ(sign(path, 0).replaced, CodeSigner::Replaced::brokenSignature);
+    EXPECT_EQ(fault(path), "");
     removeSignature(path);
     EXPECT_EQ(contentOf(path), image + trailer);
 }
