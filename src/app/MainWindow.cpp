@@ -25,9 +25,9 @@ MainWindow::MainWindow(WizardHost host, SettingsManager& settings, QWidget* pare
     : QMainWindow(parent)
 {
     setWindowTitle(u"Vandor DMG"_s);
-    setMinimumSize(1100, 800);
     makeMenus(settings, host.openSettings);
     m_wizard = new WizardView(std::move(host));
+    m_wizard->setMinimumSize(1100, 800);
     setCentralWidget(m_wizard);
 }
 
@@ -54,6 +54,8 @@ void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_mayClose || !m_wizard->isBusy()) {
         event->accept();
+        // The program ends with its main window.
+        QMetaObject::invokeMethod(qApp, &QApplication::closeAllWindows, Qt::QueuedConnection);
         return;
     }
     event->ignore();
@@ -62,9 +64,10 @@ void MainWindow::closeEvent(QCloseEvent* event)
 
 void MainWindow::askToClose()
 {
-    if (findChild<Sheet*>() != nullptr)
+    if (m_closeQuestion)
         return;
     auto* sheet = new Sheet(u"Close while work runs?"_s, this);
+    m_closeQuestion = sheet;
     sheet->add(new SymbolLabel(u"exclamationmark.triangle.fill"_s, Theme::Colour::orange, 36),
         Qt::AlignHCenter);
     sheet->add(makeLabel(u"Close while work runs?"_s, Theme::Type::headline), Qt::AlignHCenter);

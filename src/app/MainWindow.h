@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include <functional>
 
 class SettingsManager;
+class Sheet;
 class WizardView;
 struct WizardHost;
 
@@ -26,5 +28,6 @@ private:
     void askToClose();
 
     WizardView* m_wizard;
+    QPointer<Sheet> m_closeQuestion;
     bool m_mayClose = false;
 };

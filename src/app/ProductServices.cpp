@@ -3,25 +3,10 @@
 #include "model/SettingsManager.h"
 #include "platform/Clock.h"
 
-#include <QDirIterator>
+#include <QDir>
 #include <QLocale>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Bytes of all files below `folder`, links not followed.
-qint64 bytesIn(const QString& folder)
-{
-    qint64 bytes = 0;
-    QDirIterator files(
-        folder, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
-    while (files.hasNext())
-        bytes += files.nextFileInfo().size();
-    return bytes;
-}
-
-} // namespace
 
 ProductServices::ProductServices(Setting setting)
     : m_setting(std::move(setting))
@@ -52,13 +37,15 @@ WizardHost ProductServices::wizardHost(std::function<void()> openSettings)
     };
 }
 
+ProductServices::~ProductServices()
+{
+    QDir(m_session.path()).removeRecursively();
+}
+
 QCoro::Task<QString> ProductServices::clearCache()
 {
-    const QString folder = QFileInfo(m_session.path()).path();
     const QString temporaryFolder = m_setting.temporaryFolder;
-    const qint64 before = bytesIn(folder);
-    co_await SessionFolder::sweepLeftovers(temporaryFolder);
-    const qint64 freed = before - bytesIn(folder);
+    const qint64 freed = co_await SessionFolder::sweepLeftovers(temporaryFolder);
     if (freed <= 0)
         co_return u"Nothing was left over."_s;
     co_return u"Freed %1."_s.arg(QLocale().formattedDataSize(freed));

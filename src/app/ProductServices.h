@@ -28,6 +28,10 @@ public:
         QString temporaryFolder;
     };
     explicit ProductServices(Setting setting);
+    /// Removes this run's own folder.
+    ~ProductServices();
+    ProductServices(const ProductServices&) = delete;
+    ProductServices& operator=(const ProductServices&) = delete;
 
     WizardHost wizardHost(std::function<void()> openSettings);
     SettingsManager& settings() { return m_setting.settings; }

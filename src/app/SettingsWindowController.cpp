@@ -43,6 +43,7 @@ void SettingsWindowController::show()
         m_window->installEventFilter(this);
         restoreFrame();
     }
+    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
     m_window->show();
     m_window->raise();
     m_window->activateWindow();

@@ -5,6 +5,7 @@
 #include "model/SettingsManager.h"
 #include "platform/Activation.h"
 #include "platform/Clock.h"
+#include "platform/MainQueue.h"
 #include "platform/PlatformError.h"
 #include "platform/UserDefaults.h"
 #include "signing/SigningManager.h"
@@ -35,12 +36,14 @@ int runWindows()
 
     MainWindow window(services.wizardHost(openSettings), services.settings());
     Activation::setHandler([&window] {
+        window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
         window.raise();
         window.activateWindow();
     });
     window.resize(1200, 860);
     window.show();
     ApplicationIcon::refresh();
+    MainQueue::post([&services] { services.clearCache(); });
     const int status = QApplication::exec();
     services.settings().setOpenSettingsAction({});
     Activation::setHandler({});

@@ -54,6 +54,6 @@ private:
     StagedIcons m_icons;
     std::shared_ptr<std::atomic<bool>> m_stopCopies = std::make_shared<std::atomic<bool>>(false);
     BuildManager m_manager;
-    QCoro::Task<> m_sweep;
+    QCoro::Task<qint64> m_sweep;
     BuildStep m_step = BuildStep::freeVolumeName;
 };

@@ -5,6 +5,7 @@
 #include "platform/PlatformError.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QUuid>
@@ -124,6 +125,17 @@ std::vector<Leftover> leftoversIn(const QString& folder)
     return result;
 }
 
+/// Bytes of all files below `folder`, links not followed.
+qint64 bytesIn(const QString& folder)
+{
+    qint64 bytes = 0;
+    QDirIterator files(folder, QDir::Files | QDir::Hidden | QDir::System | QDir::NoSymLinks,
+        QDirIterator::Subdirectories);
+    while (files.hasNext())
+        bytes += files.nextFileInfo().size();
+    return bytes;
+}
+
 } // namespace
 
 SessionFolder::SessionFolder(const QString& temporaryFolder)
@@ -155,8 +167,9 @@ QCoro::Task<> SessionFolder::remove()
     co_await FileOperations::removeTree(path);
 }
 
-QCoro::Task<> SessionFolder::sweepLeftovers(QString temporaryFolder)
+QCoro::Task<qint64> SessionFolder::sweepLeftovers(QString temporaryFolder)
 {
+    qint64 freed = 0;
     std::vector<Leftover> leftovers;
     try {
         leftovers = leftoversIn(commonFolder(temporaryFolder));
@@ -168,10 +181,13 @@ QCoro::Task<> SessionFolder::sweepLeftovers(QString temporaryFolder)
             const QString outside = QFile::symLinkTarget(leftover.path + sweptLinkName);
             if (StagedOutput::isStagingFolder(outside) && FileOperations::exists(outside))
                 co_await FileOperations::removeTree(outside);
+            const qint64 bytes = bytesIn(leftover.path);
             co_await FileOperations::removeTree(leftover.path);
+            freed += bytes;
         } catch (const PlatformError&) {
             // What can't be removed now is tried again by the next run.
         }
         ::close(leftover.lock);
     }
+    co_return freed;
 }

@@ -27,8 +27,9 @@ public:
     /// Removes everything, on the thread pool.
     QCoro::Task<> remove();
 
-    /// Removes what runs that are no more have left behind, on the thread pool.
-    static QCoro::Task<> sweepLeftovers(QString temporaryFolder);
+    /// Removes what runs that are no more have left behind, on the thread pool, and tells how many
+    /// bytes of files that was.
+    static QCoro::Task<qint64> sweepLeftovers(QString temporaryFolder);
 
 private:
     QString m_path;

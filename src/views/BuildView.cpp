@@ -30,6 +30,13 @@ QString expandTilde(const QString& path)
     return path;
 }
 
+/// The last line of a log, without the time before it.
+QString lastMessageIn(const QString& log)
+{
+    const QString line = log.trimmed().section(u'\n', -1);
+    return line.startsWith(u'[') ? line.section(u"] "_s, 1) : line;
+}
+
 } // namespace
 
 BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsManager& settings,
@@ -60,6 +67,8 @@ BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsMa
     connect(&m_manager, &BuildManager::statusChanged, this, &BuildView::refresh);
     connect(&m_manager, &BuildManager::logsChanged, this, &BuildView::refresh);
     connect(&m_manager, &BuildManager::messageLogged, this, &BuildView::followStep);
+    if (m_manager.status().isBuilding())
+        followStep(lastMessageIn(m_manager.logs()));
     refresh();
 }
 

@@ -32,13 +32,19 @@ QColor inkOf(ButtonKind kind)
     return kind == ButtonKind::destructive ? Theme::Colour::red : Theme::Colour::text;
 }
 
+constexpr int symbolEdge = 16;
+constexpr int symbolGap = 5; // before the text
+
 void dress(QPushButton& button, ButtonKind kind, const QString& symbol)
 {
     button.setProperty("kind", nameOf(kind));
     button.setCursor(Qt::PointingHandCursor);
     button.setAutoDefault(false);
-    if (!symbol.isEmpty())
-        button.setIcon(Symbol::icon(symbol, inkOf(kind)));
+    if (symbol.isEmpty())
+        return;
+    button.setIcon(Symbol::icon(symbol, inkOf(kind)));
+    if (!button.text().isEmpty())
+        button.setIconSize(QSize(symbolEdge + symbolGap, symbolEdge));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "views/FilePicker.h"
 
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 
@@ -7,9 +8,28 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QFileDialog* makeDialog(QWidget* parent, const QString& title, FilePicker::Receive receive)
+bool isBundle(const QString& path)
 {
-    auto* dialog = new QFileDialog(parent, title);
+    return QFileInfo(QDir::cleanPath(path)).suffix().compare(u"app"_s, Qt::CaseInsensitive) == 0;
+}
+
+/// Takes a marked or typed application instead of entering its folder.
+class BundleDialog : public QFileDialog {
+public:
+    using QFileDialog::QFileDialog;
+
+    void accept() override
+    {
+        const QStringList chosen = selectedFiles();
+        if (chosen.size() == 1 && isBundle(chosen.first()))
+            done(QDialog::Accepted);
+        else
+            QFileDialog::accept();
+    }
+};
+
+void prepare(QFileDialog* dialog, FilePicker::Receive receive)
+{
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     // Qt's own dialog tells of paths, the desktop's of locations: both have them when they end.
     QObject::connect(dialog, &QDialog::accepted, dialog, [dialog, receive = std::move(receive)] {
@@ -17,6 +37,12 @@ QFileDialog* makeDialog(QWidget* parent, const QString& title, FilePicker::Recei
         if (!chosen.isEmpty())
             receive(chosen.first());
     });
+}
+
+QFileDialog* makeDialog(QWidget* parent, const QString& title, FilePicker::Receive receive)
+{
+    auto* dialog = new QFileDialog(parent, title);
+    prepare(dialog, std::move(receive));
     return dialog;
 }
 
@@ -25,12 +51,7 @@ QString filterFor(const FilePicker::FileType& type)
     return u"%1 (*.%2 *.%3)"_s.arg(type.name, type.extension, type.extension.toUpper());
 }
 
-bool isBundle(const QString& path)
-{
-    return QFileInfo(path).suffix().compare(u"app"_s, Qt::CaseInsensitive) == 0;
-}
-
-/// Choosing a folder makes the dialog enter it: an application's is taken instead.
+/// A double click on a folder makes the dialog enter it: an application's is taken instead.
 void takeBundlesWhole(QFileDialog* dialog, FilePicker::Receive receive)
 {
     QObject::connect(dialog, &QFileDialog::directoryEntered, dialog,
@@ -46,7 +67,8 @@ void takeBundlesWhole(QFileDialog* dialog, FilePicker::Receive receive)
 
 void FilePicker::openFileOrBundle(QWidget* parent, const QString& title, Receive receive)
 {
-    QFileDialog* dialog = makeDialog(parent, title, receive);
+    auto* dialog = new BundleDialog(parent, title);
+    prepare(dialog, receive);
     dialog->setOption(QFileDialog::DontUseNativeDialog);
     dialog->setFileMode(QFileDialog::ExistingFile);
     takeBundlesWhole(dialog, std::move(receive));

@@ -10,25 +10,27 @@
 using namespace Qt::StringLiterals;
 
 IdentityPicker::IdentityPicker(SigningManager& manager, QWidget* parent)
-    : QComboBox(parent)
+    : ComboBox(parent)
     , m_manager(manager)
 {
     setAccessibleName(u"Signing Identity"_s);
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     setMinimumContentsLength(24);
     connect(&manager, &SigningManager::identitiesChanged, this, &IdentityPicker::takeUpList);
-    connect(this, &QComboBox::activated, this, &IdentityPicker::choose);
+    connect(this, &ComboBox::activated, this, &IdentityPicker::choose);
     fill();
 }
 
 void IdentityPicker::showEvent(QShowEvent* event)
 {
-    QComboBox::showEvent(event);
-    if (!m_manager.identities().isEmpty())
-        return;
-    MainQueue::post([manager = QPointer(&m_manager)] {
-        if (manager)
-            manager->fetchIdentities();
+    ComboBox::showEvent(event);
+    MainQueue::post([self = QPointer(this)] {
+        if (!self)
+            return;
+        if (self->m_manager.identities().isEmpty())
+            self->m_manager.fetchIdentities();
+        else
+            self->takeUpList();
     });
 }
 

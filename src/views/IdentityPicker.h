@@ -1,8 +1,7 @@
 #pragma once
 
 #include "signing/SigningIdentity.h"
-
-#include <QComboBox>
+#include "views/ComboBox.h"
 
 #include <optional>
 
@@ -10,7 +9,7 @@ class SigningManager;
 
 /// Chooses one of the scanned identities. Asks for a scan when there is none yet, and takes up the
 /// remembered choice with each new list.
-class IdentityPicker : public QComboBox {
+class IdentityPicker : public ComboBox {
     Q_OBJECT
 public:
     /// `manager` outlives this widget.

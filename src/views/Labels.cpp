@@ -77,7 +77,9 @@ QSize ElidedLabel::minimumSizeHint() const
 
 QSize ElidedLabel::sizeHint() const
 {
-    return {fontMetrics().horizontalAdvance(m_fullText) + 4, QLabel::sizeHint().height()};
+    const QMargins margins = contentsMargins();
+    return {fontMetrics().horizontalAdvance(m_fullText) + 4 + margins.left() + margins.right(),
+        QLabel::sizeHint().height()};
 }
 
 void ElidedLabel::resizeEvent(QResizeEvent* event)
@@ -88,7 +90,8 @@ void ElidedLabel::resizeEvent(QResizeEvent* event)
 
 void ElidedLabel::fit()
 {
-    const QString shown = fontMetrics().elidedText(m_fullText, Qt::ElideMiddle, width());
+    const QString shown =
+        fontMetrics().elidedText(m_fullText, Qt::ElideMiddle, contentsRect().width());
     setText(shown);
     setToolTip(shown == m_fullText ? QString() : m_fullText);
 }

@@ -2,6 +2,7 @@
 
 #include "views/Theme.h"
 
+#include <QKeyEvent>
 #include <QScrollBar>
 #include <QTextCursor>
 
@@ -32,4 +33,13 @@ void LogView::setLog(const QString& text)
     m_log = text;
     if (followsEnd)
         bar.setValue(bar.maximum());
+}
+
+void LogView::keyPressEvent(QKeyEvent* event)
+{
+    // The wizard's way back counts for more than going a word back in a log.
+    if (event->key() == Qt::Key_Left && event->modifiers() == Qt::ControlModifier)
+        event->ignore();
+    else
+        QPlainTextEdit::keyPressEvent(event);
 }

@@ -12,6 +12,9 @@ public:
     /// Shows the whole log as it is now. What is shown already stays; only what is new is added.
     void setLog(const QString& text);
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     QString m_log;
 };

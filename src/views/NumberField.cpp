@@ -17,6 +17,12 @@ NumberField::NumberField(const QString& name, Kind kind, QWidget* parent)
     connect(this, &QLineEdit::editingFinished, this, &NumberField::settle);
 }
 
+void NumberField::setRange(double first, double last)
+{
+    m_first = first;
+    m_last = last;
+}
+
 void NumberField::setNumber(double number)
 {
     m_number = number;
@@ -25,17 +31,20 @@ void NumberField::setNumber(double number)
         setText(textOf(number));
 }
 
+std::optional<double> NumberField::inRange(double value) const
+{
+    return value >= m_first && value <= m_last ? std::optional(value) : std::nullopt;
+}
+
 std::optional<double> NumberField::typedNumber() const
 {
     bool isNumber = false;
     if (m_kind == Kind::integer) {
-        const qlonglong value = locale().toLongLong(text().trimmed(), &isNumber);
-        if (isNumber)
-            return static_cast<double>(value);
-        return std::nullopt;
+        const qlonglong whole = locale().toLongLong(text().trimmed(), &isNumber);
+        return isNumber ? inRange(static_cast<double>(whole)) : std::nullopt;
     }
     const double value = locale().toDouble(text().trimmed(), &isNumber);
-    return isNumber && std::isfinite(value) ? std::optional(value) : std::nullopt;
+    return isNumber ? inRange(value) : std::nullopt;
 }
 
 void NumberField::follow()

@@ -52,19 +52,24 @@ void SideRow::paintEvent(QPaintEvent*)
     if (!isEnabled())
         painter.setOpacity(0.5);
     const QColor ink = isEnabled() ? Theme::Colour::text : Theme::Colour::secondary;
-    const QRectF symbol(12, (height() - symbolEdge) / 2.0, symbolEdge, symbolEdge);
+    const QRectF symbol(8, (height() - symbolEdge) / 2.0, symbolEdge, symbolEdge);
     painter.drawPixmap(symbol.toRect(),
         Symbol::pixmap(m_symbol, isChecked() ? Theme::Colour::accentInk : ink, symbolEdge,
             devicePixelRatioF()));
     QFont font = Theme::font(Theme::Type::body);
-    if (isChecked())
+    if (isChecked() && m_caption.isEmpty())
         font.setWeight(QFont::DemiBold);
     painter.setFont(font);
     painter.setPen(ink);
-    const QRectF title(symbol.right() + 12, 0, width() - symbol.right() - 24, height());
+    const QRectF title(symbol.right() + 8, 0, width() - symbol.right() - 12, height());
+    const QFont captionFont = Theme::font(Theme::Type::caption);
+    const double captionRoom =
+        m_caption.isEmpty() ? 0 : QFontMetricsF(captionFont).horizontalAdvance(m_caption) + 6;
+    const QString shown =
+        QFontMetricsF(font).elidedText(text(), Qt::ElideRight, title.width() - captionRoom);
     QRectF drawn;
-    painter.drawText(title, Qt::AlignVCenter | Qt::AlignLeft, text(), &drawn);
-    painter.setFont(Theme::font(Theme::Type::caption));
+    painter.drawText(title, Qt::AlignVCenter | Qt::AlignLeft, shown, &drawn);
+    painter.setFont(captionFont);
     painter.setPen(Theme::Colour::secondary);
     painter.drawText(
         title.adjusted(drawn.width() + 6, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, m_caption);

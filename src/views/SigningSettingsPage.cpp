@@ -2,10 +2,10 @@
 
 #include "signing/SigningManager.h"
 #include "views/Buttons.h"
+#include "views/ComboBox.h"
 #include "views/SettingsBlocks.h"
 #include "views/Symbol.h"
 
-#include <QComboBox>
 #include <QHBoxLayout>
 #include <QProgressBar>
 
@@ -18,7 +18,7 @@ SigningSettingsPage::SigningSettingsPage(SigningManager& manager, QWidget* paren
     , m_manager(manager)
     , m_statusSymbol(new SymbolLabel({}, Theme::Colour::secondary, 18))
     , m_statusText(makeLabel({}, Theme::Type::body))
-    , m_picker(new QComboBox)
+    , m_picker(new ComboBox)
     , m_scanning(new QWidget)
 {
     auto* layout = new QVBoxLayout(this);
@@ -63,7 +63,10 @@ SigningSettingsPage::SigningSettingsPage(SigningManager& manager, QWidget* paren
     layout->addStretch();
 
     connect(rescan, &QPushButton::clicked, &m_manager, &SigningManager::fetchIdentities);
-    connect(clear, &QPushButton::clicked, this, [this] { m_manager.selectIdentity(std::nullopt); });
+    connect(clear, &QPushButton::clicked, this, [this] {
+        m_manager.selectIdentity(std::nullopt);
+        refresh(); // nothing may have been selected but a certificate that is gone
+    });
     connect(m_picker, &QComboBox::activated, this, &SigningSettingsPage::choose);
     for (const auto changed : {&SigningManager::identitiesChanged,
              &SigningManager::selectedIdentityChanged, &SigningManager::isScanningChanged})

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class QComboBox;
+class ComboBox;
 class QLabel;
 class SigningManager;
 class SymbolLabel;
@@ -22,6 +22,6 @@ private:
     SigningManager& m_manager;
     SymbolLabel* m_statusSymbol;
     QLabel* m_statusText;
-    QComboBox* m_picker;
+    ComboBox* m_picker;
     QWidget* m_scanning;
 };

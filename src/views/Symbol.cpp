@@ -57,18 +57,22 @@ public:
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override
     {
         const int edge = qMin(rect.width(), rect.height());
-        const QRect place(rect.x() + (rect.width() - edge) / 2,
-            rect.y() + (rect.height() - edge) / 2, edge, edge);
+        // At the left: what is wider than high keeps its distance from a text.
+        const QRect place(rect.x(), rect.y() + (rect.height() - edge) / 2, edge, edge);
         painter->drawPixmap(place,
             Symbol::pixmap(m_name, inkFor(mode), edge, painter->device()->devicePixelRatio()));
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State) override
     {
-        return Symbol::pixmap(m_name, inkFor(mode), qMin(size.width(), size.height()), 1);
+        return scaledPixmap(size, mode, QIcon::On, 1);
     }
     QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State, qreal scale) override
     {
-        QPixmap drawn = Symbol::pixmap(m_name, inkFor(mode), qMin(size.width(), size.height()), 1);
+        QPixmap drawn(size);
+        drawn.fill(Qt::transparent);
+        QPainter painter(&drawn);
+        paint(&painter, drawn.rect(), mode, QIcon::On);
+        painter.end();
         drawn.setDevicePixelRatio(scale);
         return drawn;
     }

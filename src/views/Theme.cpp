@@ -86,6 +86,7 @@ QPushButton[kind="primary"]:hover { background: @accentHover; }
 QPushButton[kind="primary"]:focus { border: 2px solid @text; padding: 5px 13px; }
 QPushButton[kind="primary"]:disabled { background: @raised; color: #7c8496; border-color: @raised; }
 QPushButton[kind="destructive"] { color: @red; }
+QPushButton[kind="destructive"]:hover { background: @raised; border-color: @red; }
 QPushButton[kind="plain"] { background: transparent; border: 1px solid transparent; padding: 4px; }
 QPushButton[kind="plain"]:hover { background: @raised; }
 QPushButton[kind="plain"]:focus { border: 1px solid @accentInk; }

@@ -52,6 +52,7 @@ AssetSelectionView::AssetSelectionView(
     layout->addWidget(makeLabel(u"Library"_s, Theme::Type::headline));
     auto* shelves = new QVBoxLayout(m_shelves);
     shelves->setContentsMargins(0, 0, 0, 0);
+    shelves->setSpacing(Theme::Space::medium);
     m_recents = makeShelf(u"Recents"_s);
     m_presets = makeShelf(u"Presets"_s);
     shelves->addWidget(m_recents.whole);

@@ -21,6 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int formWidth = 400;
+constexpr int largestCoordinate = 32767; // of the windows of the system that opens the image
 
 QString pathOf(const std::optional<QUrl>& location)
 {
@@ -71,7 +72,7 @@ QWidget* ConfigurationView::makeForm()
 {
     auto* form = new QWidget;
     auto* layout = new QVBoxLayout(form);
-    layout->setContentsMargins(0, 0, Theme::Space::small, 0);
+    layout->setContentsMargins(0, 0, Theme::Space::large, 0); // room for the scroll bar
     layout->setSpacing(Theme::Space::medium);
 
     auto* assets = new Card(u"Selected Assets"_s);
@@ -108,6 +109,8 @@ QWidget* ConfigurationView::makeForm()
         [](DMGConfig& config, double value) { config.resizeWidth(static_cast<qint64>(value)); });
     m_height = makeNumber(u"Height"_s,
         [](DMGConfig& config, double value) { config.resizeHeight(static_cast<qint64>(value)); });
+    for (NumberField* side : {m_width, m_height})
+        side->setRange(1, largestCoordinate);
     window->add(rowOf({makeLabel(u"W:"_s, Theme::Type::body), m_width,
         makeLabel(u"H:"_s, Theme::Type::body), m_height}));
     layout->addWidget(window);
@@ -184,6 +187,7 @@ NumberField* ConfigurationView::makeNumber(
     const QString& name, std::function<void(DMGConfig&, double)> change)
 {
     auto* field = new NumberField(name, NumberField::Kind::integer);
+    field->setRange(-largestCoordinate, largestCoordinate);
     connect(field, &NumberField::numberEdited, this, [this, change](double value) {
         m_job.editLater([change, value](DMGConfig& config) { change(config, value); });
     });

@@ -2,13 +2,14 @@
 
 #include "platform/FileIcons.h"
 #include "platform/PictureLoader.h"
+#include "views/Symbol.h"
+#include "views/Theme.h"
 #include "wizard/PreviewGeometry.h"
 
 #include <QFileInfo>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPath>
-#include <QStyle>
 
 #include <cmath>
 
@@ -71,9 +72,10 @@ void LayoutPreview::setConfig(const DMGConfig& job)
     m_job = job;
     if (otherBackground)
         loadBackground();
-    if (rearranged && isVisible()) {
+    if (rearranged && isVisible() && Theme::motion(*this) > 0) {
         glideFrom(m_appPosition, m_linkPosition);
-    } else if (m_glide.state() != QAbstractAnimation::Running) {
+    } else if (rearranged || m_glide.state() != QAbstractAnimation::Running) {
+        m_glide.stop();
         m_appPosition = job.appIconPosition;
         m_linkPosition = job.appsSymlinkPosition;
     }
@@ -84,7 +86,7 @@ void LayoutPreview::glideFrom(const QPointF& app, const QPointF& link)
 {
     m_glide.stop();
     m_glide.disconnect(this);
-    m_glide.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
+    m_glide.setDuration(Theme::motion(*this));
     connect(
         &m_glide, &QVariantAnimation::valueChanged, this, [this, app, link](const QVariant& at) {
             m_appPosition = between(app, m_job.appIconPosition, at.toDouble());
@@ -193,5 +195,7 @@ QPixmap LayoutPreview::pictureOf(const Item& item, double scale) const
 {
     const double exact = static_cast<double>(m_job.iconSize) * scale * devicePixelRatioF();
     const int pixels = qBound(1, static_cast<int>(std::ceil(exact)), 1024);
+    if (item.path.isEmpty())
+        return Symbol::pixmap(u"app.fill"_s, Theme::Colour::accent, pixels, 1);
     return QPixmap::fromImage(m_icons.picture(item.path, pixels));
 }

@@ -53,7 +53,7 @@ QCoro::Task<> SmartSkip::inspect(
 {
     const PreFlightInspector::Progress progress = [self](const QString& label) {
         MainQueue::post([self, label] {
-            if (self)
+            if (self && self->m_parties.job.config().appURL)
                 self->setStatus(label);
         });
     };

@@ -19,12 +19,14 @@
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QSplitter>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int sidebarWidth = 240;
+constexpr int narrowestSidebar = 240;
+constexpr int widestSidebar = 300;
 constexpr int iconEdge = 64;
 
 QLabel* makeIcon(IconService& icons)
@@ -60,8 +62,13 @@ WizardView::WizardView(WizardHost host, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(makeSidebar());
-    layout->addWidget(makeDetail(), 1);
+    auto* columns = new QSplitter;
+    columns->setHandleWidth(1);
+    columns->addWidget(makeSidebar());
+    columns->addWidget(makeDetail());
+    columns->setStretchFactor(1, 1);
+    columns->setCollapsible(1, false);
+    layout->addWidget(columns);
     connectManagers();
     rebuildSteps();
     showCurrentScreen();
@@ -70,10 +77,11 @@ WizardView::WizardView(WizardHost host, QWidget* parent)
 QWidget* WizardView::makeSidebar()
 {
     auto* sidebar = new Panel(Theme::Colour::sidebar);
-    sidebar->setFixedWidth(sidebarWidth);
+    sidebar->setMinimumWidth(narrowestSidebar);
+    sidebar->setMaximumWidth(widestSidebar);
     auto* layout = new QVBoxLayout(sidebar);
     layout->setContentsMargins(
-        Theme::Space::medium, Theme::Space::large, Theme::Space::medium, Theme::Space::medium);
+        Theme::Space::small, Theme::Space::large, Theme::Space::small, Theme::Space::medium);
     auto* header = new QHBoxLayout;
     header->setSpacing(Theme::Space::medium);
     header->addWidget(makeIcon(m_host.build.icons));
