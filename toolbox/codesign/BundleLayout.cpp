@@ -11,10 +11,16 @@ using bytes::FormatError;
 
 namespace {
 
-plist::Value readInfo(const fs::path& file)
+/// A damaged dictionary tells nothing; its signature will say that it was another.
+void readInfo(BundleLayout& layout)
 {
-    const auto source = bytes::File::open(file, bytes::File::Mode::read);
-    return plist::read(source.read(0, source.size()));
+    const auto source = bytes::File::open(layout.infoFile, bytes::File::Mode::read);
+    try {
+        layout.info = plist::read(source.read(0, source.size()));
+    } catch (const FormatError&) {
+        layout.info = plist::Dictionary();
+        layout.hasReadableInfo = false;
+    }
 }
 
 bool isPlainFile(const fs::path& path)
@@ -80,7 +86,7 @@ std::optional<BundleLayout> BundleLayout::of(const fs::path& path)
     if (!fs::is_regular_file(info))
         throw FormatError(
             "the main executable or Info.plist must be a regular file (no symlinks, etc.)");
-    layout.info = readInfo(layout.infoFile);
+    readInfo(layout);
     layout.sealFile = layout.sealRoot / "_CodeSignature" / "CodeResources";
 
     const fs::path folder =

@@ -26,6 +26,7 @@ struct BundleLayout {
     std::filesystem::path sealFile; // _CodeSignature/CodeResources
     std::filesystem::path executable; // the main executable, whether it is there or not
     plist::Value info;
+    bool hasReadableInfo = true; // false: `info` is empty, for Info.plist is no property list
     bool isFramework = false;
     bool isFlat = false;
 };

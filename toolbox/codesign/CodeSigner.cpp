@@ -214,7 +214,7 @@ SignedCode CodeSigner::signNested(const fs::path& path, Run& run) const
 
 SignedCode CodeSigner::signBundle(const BundleLayout& layout, bool isNested, Run& run) const
 {
-    if (!isCode(layout.executable))
+    if (!layout.hasReadableInfo || !isCode(layout.executable))
         throw CodeError(message::unsuitableBundle);
     requireNoDetritus(layout.root);
     const auto source = bytes::File::open(layout.executable, bytes::File::Mode::read);

@@ -59,8 +59,10 @@ StaticCode StaticCode::read(const fs::path& path)
     if (fs::is_directory(path) && !code.bundle)
         throw CodeError(message::unsuitableBundle);
     code.carrier = code.bundle ? code.bundle->executable : fs::canonical(path);
-    if (code.bundle && !fs::exists(code.carrier))
-        throw CodeError(message::unsuitableBundle);
+    if (code.bundle && !fs::exists(code.carrier)) {
+        throw CodeError(
+            code.bundle->hasReadableInfo ? message::unsuitableBundle : message::infoModified);
+    }
     code.source =
         std::make_unique<bytes::File>(bytes::File::open(code.carrier, bytes::File::Mode::read));
 

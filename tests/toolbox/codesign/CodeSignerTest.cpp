@@ -60,6 +60,8 @@ TEST(CodeSigner, AnAdHocBundleVerifiesAndEveryChangeIsNamed)
             message::modified},
         {"a byte of Info.plist", [](auto& s) { flip(s.app() / "Contents/Info.plist", 300); },
             message::infoModified},
+        {"the first byte of Info.plist", [](auto& s) { flip(s.app() / "Contents/Info.plist", 0); },
+            message::infoModified},
         {"a byte of the seal", [](auto& s) { flip(s.seal(), 400); }, message::sealModified},
         {"the seal is gone", [](auto& s) { fs::remove(s.seal()); }, message::sealMissing},
         {"a resource", [](auto& s) { flip(s.app() / "Contents/Resources/HelloIcon.icns", 99); },
@@ -174,6 +176,9 @@ TEST(CodeSigner, AFailureLeavesEverythingAsItWas)
         {"nested code that isn't signed",
             [](auto& s) { removeSignature(s.framework() / "Versions/A/Greeting"); },
             {.force = true}},
+        {"an Info.plist that is none",
+            [](auto& s) { putContent(s.app() / "Contents/Info.plist", "<plist><dict>"); },
+            {.force = true, .deep = true}},
         {"a socket among the resources",
             [](auto& s) {
                 ASSERT_EQ(::mkfifo((s.app() / "Contents/Resources/pipe").c_str(), 0600), 0);
