@@ -57,7 +57,7 @@ AssetSelectionView::AssetSelectionView(
     m_presets = makeShelf(u"Presets"_s);
     shelves->addWidget(m_recents.whole);
     shelves->addWidget(m_presets.whole);
-    shelves->addStretch();
+    shelves->addStretch(1);
     auto* scroll = new QScrollArea;
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
@@ -94,7 +94,9 @@ AssetSelectionView::Shelf AssetSelectionView::makeShelf(const QString& title)
     auto* layout = new QVBoxLayout(shelf.whole);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(Theme::Space::tight);
-    layout->addWidget(makeLabel(title, Theme::Type::body, Theme::Colour::secondary));
+    QLabel* heading = makeLabel(title, Theme::Type::body, Theme::Colour::secondary);
+    heading->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    layout->addWidget(heading);
 
     auto* strip = new QWidget;
     shelf.row = new QHBoxLayout(strip);

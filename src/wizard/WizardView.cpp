@@ -58,7 +58,7 @@ WizardView::WizardView(WizardHost host, QWidget* parent)
     , m_smartSkip({m_job, m_navigation, m_signing, m_appNotarization, m_host.build.settings,
           m_host.inspector})
 {
-    setFocusPolicy(Qt::StrongFocus);
+    setFocusPolicy(Qt::ClickFocus); // for its keys; there is nothing to tab to
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);

@@ -82,6 +82,20 @@ TEST_F(Configuration, EveryChangeReachesTheJobOnALaterTurn)
     EXPECT_EQ(job.config().volumeName, u"L'été “1/2”"_s);
 }
 
+TEST_F(Configuration, WhatNoWindowCanHaveIsNoNumber)
+{
+    for (const char* text : {"0", "-5", "32768", "9223372036854775807", "12a"}) {
+        named<QLineEdit>(u"Height"_s).setFocus();
+        type(u"Width"_s, QString::fromLatin1(text));
+        turn();
+        EXPECT_LE(job.config().windowWidth, 32767) << text;
+        EXPECT_GE(job.config().windowWidth, 1) << text;
+    }
+    type(u"Applications Folder Y"_s, u"-99999"_s);
+    turn();
+    EXPECT_EQ(job.config().appsSymlinkPosition.y(), -9999); // the last that was one
+}
+
 TEST_F(Configuration, SlidersYieldOnlyTheirSteps)
 {
     auto& icon = named<QSlider>(u"Icon size"_s);
