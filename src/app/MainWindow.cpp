@@ -29,6 +29,7 @@ MainWindow::MainWindow(WizardHost host, SettingsManager& settings, QWidget* pare
     m_wizard = new WizardView(std::move(host));
     m_wizard->setMinimumSize(1100, 800);
     setCentralWidget(m_wizard);
+    m_wizard->setFocus();
 }
 
 void MainWindow::makeMenus(SettingsManager& settings, std::function<void()> openSettings)

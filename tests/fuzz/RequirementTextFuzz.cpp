@@ -12,7 +12,9 @@ FUZZ_TARGET(requirement_text, input)
         satisfies(fuzz::RequirementProbe(), expression);
         fuzz::insist(readRequirement(writeRequirement(expression)) == expression,
             "the binary form says the same");
-        fuzz::insist(parseRequirement(requirementText(expression)) == expression,
-            "the text that we give parses as the same");
+        // Groups of the same operator may come back grouped from the other side.
+        const std::string text = requirementText(expression);
+        fuzz::insist(requirementText(parseRequirement(text)) == text,
+            "the text that we give says the same when it is parsed");
     });
 }

@@ -222,7 +222,7 @@ std::vector<std::string> reportOn(
 
 std::string dateText(keychain::Time time)
 {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    const std::time_t seconds = time.time_since_epoch().count();
     std::tm parts{};
     ::localtime_r(&seconds, &parts);
     static constexpr const char* months[] = {

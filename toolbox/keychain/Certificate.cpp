@@ -42,8 +42,7 @@ Time timeOf(const ASN1_TIME* time)
     std::tm parts{};
     if (ASN1_TIME_to_tm(time, &parts) != 1)
         throw FormatError("a certificate with an impossible date");
-    return std::chrono::time_point_cast<std::chrono::seconds>(
-        std::chrono::system_clock::from_time_t(::timegm(&parts)));
+    return Time(std::chrono::seconds(::timegm(&parts)));
 }
 
 } // namespace

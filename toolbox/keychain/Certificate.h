@@ -12,6 +12,8 @@
 
 namespace keychain {
 
+/// Seconds, since certificates may hold years that the host's clock can't count in its own unit: no
+/// conversion to the clock's time points.
 using Time = std::chrono::sys_seconds;
 
 /// An X.509 certificate. A value: copies share what they show.

@@ -43,7 +43,7 @@ void setSubject(X509* certificate, const std::vector<CertificatePlan::Entry>& en
 void setDates(X509* certificate, Time notBefore, std::chrono::days lifetime)
 {
     const auto set = [](ASN1_TIME* field, Time time) {
-        if (ASN1_TIME_set(field, std::chrono::system_clock::to_time_t(time)) == nullptr)
+        if (ASN1_TIME_set(field, time.time_since_epoch().count()) == nullptr)
             throw CryptoError("setting a date");
     };
     set(X509_getm_notBefore(certificate), notBefore);

@@ -111,8 +111,7 @@ std::optional<Time> signingTimeOf(CMS_SignerInfo* signer)
     if ((value->type != V_ASN1_UTCTIME && value->type != V_ASN1_GENERALIZEDTIME)
         || ASN1_TIME_to_tm(value->value.asn1_string, &parts) != 1)
         return std::nullopt;
-    return std::chrono::time_point_cast<std::chrono::seconds>(
-        std::chrono::system_clock::from_time_t(::timegm(&parts)));
+    return Time(std::chrono::seconds(::timegm(&parts)));
 }
 
 void readStamp(CMS_SignerInfo* signer, const TrustedRoots& roots, SignatureFacts& facts)

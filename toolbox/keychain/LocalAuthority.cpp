@@ -49,7 +49,7 @@ CertificatePlan stamperPlan()
 /// "20240101000000Z".
 std::string compactTime(Time time)
 {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    const std::time_t seconds = time.time_since_epoch().count();
     std::tm parts{};
     ::gmtime_r(&seconds, &parts);
     char text[32];
@@ -126,7 +126,7 @@ ASN1_INTEGER* randomSerial(TS_RESP_CTX*, void*)
 
 int stateTime(TS_RESP_CTX*, void* time, long* seconds, long* microseconds)
 {
-    *seconds = static_cast<long>(std::chrono::system_clock::to_time_t(*static_cast<Time*>(time)));
+    *seconds = static_cast<Time*>(time)->time_since_epoch().count();
     *microseconds = 0;
     return 1;
 }

@@ -84,8 +84,7 @@ std::optional<Time> statedTime(PKCS7* token)
     std::tm parts{};
     if (!info || ASN1_TIME_to_tm(TS_TST_INFO_get_time(info.get()), &parts) != 1)
         return std::nullopt;
-    return std::chrono::time_point_cast<std::chrono::seconds>(
-        std::chrono::system_clock::from_time_t(::timegm(&parts)));
+    return Time(std::chrono::seconds(::timegm(&parts)));
 }
 
 Pkcs7Owner signedToken(std::span<const std::byte> token)

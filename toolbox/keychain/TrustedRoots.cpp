@@ -86,7 +86,7 @@ Objections verify(const std::vector<Certificate>& chain, bool rootIsTrusted, Tim
     X509_VERIFY_PARAM* rules = X509_STORE_CTX_get0_param(context.get());
     // OpenSSL 3.0 has no purpose for code; the usual one is mail, which these certificates aren't.
     X509_VERIFY_PARAM_set_purpose(rules, X509_PURPOSE_ANY);
-    X509_VERIFY_PARAM_set_time(rules, std::chrono::system_clock::to_time_t(time));
+    X509_VERIFY_PARAM_set_time(rules, time.time_since_epoch().count());
     if (X509_verify_cert(context.get()) != 1)
         objections.broken = true;
     forgetErrors();
