@@ -1,0 +1,205 @@
+#include "Tour.h"
+
+#include "Home.h"
+#include "platform/Clock.h"
+#include "wizard/WizardView.h"
+
+#include <QApplication>
+#include <QComboBox>
+
+using namespace Qt::StringLiterals;
+using enum NavigationStep;
+
+namespace {
+
+constexpr int toSettle = 500; // milliseconds
+constexpr int intoWork = 60;
+
+} // namespace
+
+Tour::Tour(const Home& home, const QString& folder)
+    : m_home(home)
+    , m_visitor(folder)
+    , m_defaults(home.file(u"defaults.plist"_s))
+    , m_settings(m_defaults)
+    , m_services({SystemRoot(QStringLiteral(TOOLBOX_DIR), home.state()), m_defaults, m_settings,
+          Clock::system(), home.file({})})
+    , m_settingsSigning(m_services.signingHost())
+    , m_settingsWindow({m_settings, m_settingsSigning, m_services.tools(),
+                           [this] { return m_services.clearCache(); }},
+          home.file(u"windows.ini"_s))
+    , m_window(m_services.wizardHost([this] { m_settingsWindow.openSettingsWindow(); }), m_settings)
+{
+    m_window.resize(1200, 860);
+    m_window.show();
+}
+
+void Tour::run()
+{
+    Visitor::turnFor(toSettle);
+    m_visitor.take(m_window, u"0-start"_s);
+    emptySteps();
+    failures();
+    m_window.wizard().reset();
+    wholeWay();
+    settings();
+}
+
+void Tour::show(NavigationStep step)
+{
+    NavigationManager& navigation = m_window.wizard().navigation();
+    navigation.raiseMaxStepReached(rawValue(step));
+    navigation.setCurrentStep(rawValue(step));
+    Visitor::turnFor(toSettle);
+}
+
+void Tour::take(NavigationStep step, const QString& state)
+{
+    m_visitor.take(m_window,
+        u"%1-%2-%3"_s.arg(rawValue(step) + 1)
+            .arg(titleOf(step).toLower().replace(u' ', u'-'), state));
+}
+
+void Tour::choose(const QString& application, const QString& background)
+{
+    m_window.wizard().job().edit([&](DMGConfig& job) {
+        job.appURL = QUrl::fromLocalFile(application);
+        job.backgroundURL = QUrl::fromLocalFile(background);
+    });
+}
+
+void Tour::chooseImage(const QString& image)
+{
+    m_window.wizard().job().edit(
+        [&](DMGConfig& job) { job.outputURL = QUrl::fromLocalFile(image); });
+}
+
+void Tour::chooseIdentity()
+{
+    for (QComboBox* each : m_window.findChildren<QComboBox*>()) {
+        if (!each->isVisible())
+            continue;
+        Visitor::turnUntil([&] { return each->count() > 1; });
+        each->setCurrentIndex(1);
+        emit each->activated(1);
+    }
+}
+
+void Tour::work(
+    NavigationStep step, const QString& button, const QString& end, const QString& state)
+{
+    if (!button.isEmpty())
+        Visitor::press(button);
+    if (state == "finished"_L1 && step != distribution) {
+        Visitor::turnFor(intoWork);
+        take(step, u"running"_s);
+    }
+    if (!Visitor::turnUntil([&] { return Visitor::sees(end); }))
+        Visitor::faults().append(titleOf(step) + u" never says "_s + end);
+    Visitor::turnUntil([&] { return !m_window.wizard().isBusy(); });
+    Visitor::turnFor(toSettle);
+    take(step, state);
+}
+
+void Tour::emptySteps()
+{
+    for (const NavigationStep step : allNavigationSteps) {
+        show(step);
+        take(step, u"empty"_s);
+    }
+    m_window.wizard().reset();
+}
+
+void Tour::failures()
+{
+    show(assets);
+    choose(m_home.bad(), QStringLiteral(SAMPLES_DIR "/background.png"));
+    Visitor::turnFor(4 * toSettle);
+    take(assets, u"failed"_s);
+    show(appSigning);
+    chooseIdentity();
+    work(appSigning, u"Sign App Bundle & Enable Hardened Runtime"_s, u"❌"_s, u"failed"_s);
+    show(appNotarization);
+    Visitor::type(u"Keychain Profile Name"_s, u"local"_s);
+    work(appNotarization, u"Zip & Notarize Application"_s, u"❌"_s, u"failed"_s);
+    show(build);
+    Visitor::press(u"Build DMG"_s);
+    Visitor::confirmFile(m_home.file(u"Broken 1.0.dmg"_s));
+    work(build, {}, u"Error"_s, u"failed"_s);
+    chooseImage(m_home.badImage());
+    show(signing);
+    chooseIdentity();
+    work(signing, u"Sign DMG"_s, u"❌"_s, u"failed"_s);
+    Visitor::press(u"OK"_s);
+    show(notarization);
+    Visitor::type(u"Profile Name"_s, u"local"_s);
+    work(notarization, u"Notarize & Staple"_s, u"❌"_s, u"failed"_s);
+    show(distribution);
+    Visitor::turnUntil([] { return Visitor::sees(u"Notarization Incomplete"_s); });
+    Visitor::turnFor(4 * toSettle);
+    take(distribution, u"failed"_s);
+}
+
+void Tour::wholeWay()
+{
+    show(assets);
+    choose(m_home.good(), QStringLiteral(SAMPLES_DIR "/background.png"));
+    Visitor::turnUntil([] { return Visitor::sees(u"Checking"_s); });
+    take(assets, u"running"_s);
+    Visitor::turnFor(4 * toSettle);
+    take(assets, u"filled"_s);
+
+    show(appSigning);
+    chooseIdentity();
+    take(appSigning, u"filled"_s);
+    work(appSigning, u"Sign App Bundle & Enable Hardened Runtime"_s, u"Signed · "_s, u"finished"_s);
+    show(appNotarization);
+    take(appNotarization, u"filled"_s);
+    work(appNotarization, u"Zip & Notarize Application"_s, u"Notarized & Stapled"_s, u"finished"_s);
+    show(assets);
+    choose(m_home.bad(), QStringLiteral(SAMPLES_DIR "/background.png"));
+    Visitor::turnFor(toSettle);
+    choose(m_home.good(), QStringLiteral(SAMPLES_DIR "/background.png"));
+    Visitor::turnFor(6 * toSettle);
+    take(assets, u"finished"_s);
+    show(configuration);
+    Visitor::type(u"Volume Name"_s, u"Hello Vandor"_s);
+    Visitor::turnFor(toSettle);
+    take(configuration, u"filled"_s);
+
+    show(build);
+    take(build, u"filled"_s);
+    Visitor::press(u"Build DMG"_s);
+    Visitor::confirmFile(m_home.file(u"Hello Vandor 1.0.dmg"_s));
+    Visitor::turnFor(3 * toSettle);
+    work(build, {}, u"DMG Created Successfully!"_s, u"finished"_s);
+    show(signing);
+    chooseIdentity();
+    take(signing, u"filled"_s);
+    work(signing, u"Sign DMG"_s, u"Signing Successful!"_s, u"finished"_s);
+    show(notarization);
+    take(notarization, u"filled"_s);
+    Visitor::press(u"Notarize & Staple"_s);
+    Visitor::turnFor(intoWork);
+    take(notarization, u"running"_s);
+    if (!Visitor::turnUntil([] { return Visitor::sees(u"Verifying..."_s); }))
+        Visitor::faults().append(u"the image is never verified"_s);
+    take(distribution, u"running"_s);
+    work(distribution, {}, u"Ready for Distribution!"_s, u"finished"_s);
+    show(notarization);
+    take(notarization, u"finished"_s);
+}
+
+void Tour::settings()
+{
+    m_settingsWindow.openSettingsWindow();
+    Visitor::turnUntil([&] { return m_settingsWindow.window() != nullptr; });
+    m_settings.setActiveSection(SettingsSection::signing);
+    Visitor::press(u"Refresh Identities"_s);
+    Visitor::turnUntil([] { return Visitor::sees(u"Signing Enabled"_s); });
+    for (const SettingsSection section : allSettingsSections) {
+        m_settings.setActiveSection(section);
+        Visitor::turnFor(2 * toSettle);
+        m_visitor.take(*m_settingsWindow.window(), u"settings-"_s + rawValue(section).toLower());
+    }
+}
