@@ -22,6 +22,11 @@ SettingsWindowController::SettingsWindowController(
     , m_stateFile(std::move(stateFile))
 { }
 
+SettingsWindowController::~SettingsWindowController()
+{
+    delete m_window;
+}
+
 void SettingsWindowController::openSettingsWindow()
 {
     MainQueue::post([self = QPointer(this)] {

@@ -12,6 +12,8 @@ class SettingsWindowController : public QObject {
 public:
     /// The window's frame is kept in `stateFile`.
     SettingsWindowController(SettingsView::Host host, QString stateFile, QObject* parent = nullptr);
+    /// The window goes with it.
+    ~SettingsWindowController() override;
 
     /// On a later turn of the main loop: brings the window to the front, or makes it.
     void openSettingsWindow();

@@ -1,51 +1,26 @@
-#include "app/MainWindow.h"
-#include "app/ProductServices.h"
-#include "app/SettingsWindowController.h"
-#include "model/SettingsManager.h"
-#include "platform/Clock.h"
-#include "platform/UserDefaults.h"
-#include "signing/SigningManager.h"
-#include "views/Labels.h"
-#include "wizard/WizardView.h"
+#include "WindowFixture.h"
 
-#include "WindowUser.h"
+#include "views/Labels.h"
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QDir>
 #include <QLabel>
-
-#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 /// All windows at the smallest size that they can have.
-class EveryScreen : public testing::Test {
+class EveryScreen : public WindowFixture {
 public:
     EveryScreen()
     {
-        window.wizard().job().edit([](DMGConfig& job) {
-            job.appURL = QUrl::fromLocalFile(QStringLiteral(SAMPLES_DIR "/Hello Vandor.app"));
-            job.outputURL = QUrl::fromLocalFile(u"/tmp/Hello Vandor.dmg"_s);
+        window.wizard().job().edit([this](DMGConfig& edited) {
+            edited.appURL = QUrl::fromLocalFile(app);
+            edited.outputURL = QUrl::fromLocalFile(image);
         });
         window.resize(window.minimumSizeHint());
-        window.show();
     }
-
-    static QString home() { return QDir::homePath(); }
-
-    UserDefaults defaults{home() + u"/screens.plist"_s};
-    SettingsManager settings{defaults};
-    ProductServices services{
-        {SystemRoot(QStringLiteral(TOOLBOX_DIR), home() + u"/.local/share/vandor-dmg"_s), defaults,
-            settings, Clock::system(), home()}};
-    SigningManager signing{services.signingHost()};
-    SettingsWindowController settingsWindow{
-        {settings, signing, services.tools(), [this] { return services.clearCache(); }},
-        home() + u"/windows.ini"_s};
-    MainWindow window{services.wizardHost([] {}), settings};
 };
 
 std::string nameOf(const QWidget& widget)
@@ -84,14 +59,9 @@ void expectUsable(QWidget& screen)
 
 TEST_F(EveryScreen, HasNamesForItsControlsAndRoomForItsTexts)
 {
-    NavigationManager& navigation = window.wizard().navigation();
     for (const NavigationStep step : allNavigationSteps) {
         SCOPED_TRACE(titleOf(step).toStdString());
-        navigation.raiseMaxStepReached(rawValue(step));
-        navigation.setCurrentStep(rawValue(step));
-        ASSERT_TRUE(
-            WindowUser::waitUntil([&] { return navigation.currentStep() == rawValue(step); }));
-        QApplication::processEvents();
+        go(step);
         expectUsable(window);
     }
     settingsWindow.openSettingsWindow();

@@ -99,7 +99,11 @@ void WindowUser::press(QWidget* target, Qt::Key key, Qt::KeyboardModifiers modif
 
 void WindowUser::drop(const QString& name, const QString& file) const
 {
-    QWidget* target = control(name);
+    dropOn(control(name), file);
+}
+
+void WindowUser::dropOn(QWidget* target, const QString& file) const
+{
     ASSERT_NE(target, nullptr);
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(file)});

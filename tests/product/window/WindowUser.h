@@ -23,6 +23,7 @@ public:
     void press(QWidget* target, Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const;
     /// Drags a file over the control and lets it go there.
     void drop(const QString& name, const QString& file) const;
+    void dropOn(QWidget* target, const QString& file) const;
 
     /// A visible label, badge or log holds `text`.
     bool sees(const QString& text) const;

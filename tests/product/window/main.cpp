@@ -1,15 +1,12 @@
 #include "views/Theme.h"
 
 #include <QApplication>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
-    const QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
     for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
         qunsetenv(name);
     qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -1,0 +1,88 @@
+#include "WindowFixture.h"
+
+#include "views/Sheet.h"
+#include "views/SigningView.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class Sheets : public WindowFixture {
+public:
+    void chooseFiles()
+    {
+        window.wizard().job().edit([this](DMGConfig& edited) {
+            edited.appURL = QUrl::fromLocalFile(app);
+            edited.outputURL = QUrl::fromLocalFile(image);
+        });
+    }
+    Sheet* sheet() const { return window.findChild<Sheet*>(); }
+    bool isGone() const
+    {
+        return WindowUser::waitUntil([this] {
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            return sheet() == nullptr;
+        });
+    }
+};
+
+} // namespace
+
+TEST_F(Sheets, WithoutTheKeychainSigningExplainsItselfFirst)
+{
+    makeIdentity();
+    chooseFiles();
+    go(NavigationStep::appSigning);
+    user.click(u"Sign App Bundle & Enable Hardened Runtime"_s); // nobody is chosen yet
+    EXPECT_EQ(sheet(), nullptr);
+    chooseIdentity();
+    EXPECT_TRUE(answer({tool("/usr/bin/security"), "delete-identity", "-c",
+                           "Developer ID Application: Jane Doe (ABCDE12345)"})
+                    .starts_with("0 "));
+
+    user.click(u"Sign App Bundle & Enable Hardened Runtime"_s);
+    ASSERT_TRUE(user.waitToSee(u"Keychain Access Required"_s));
+    user.press(sheet(), Qt::Key_Escape);
+    EXPECT_TRUE(isGone());
+    EXPECT_FALSE(user.sees(u"Identity: Developer ID"_s)) << seen();
+
+    user.click(u"Sign App Bundle & Enable Hardened Runtime"_s);
+    ASSERT_TRUE(user.waitToSee(u"Keychain Access Required"_s));
+    user.click(u"Continue"_s);
+    EXPECT_TRUE(isGone());
+    EXPECT_TRUE(user.waitToSee(u"Identity: Developer ID"_s)) << seen(); // tried all the same
+    EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
+}
+
+TEST_F(Sheets, WhatIsNoImageIsRefusedWithAnAlert)
+{
+    go(NavigationStep::signing);
+    for (const auto& [file, isTaken] : {std::pair("a.dmg.zip", false), std::pair("A.DMG", true)}) {
+        user.dropOn(window.findChild<SigningView*>(), home.file(QString::fromLatin1(file)));
+        EXPECT_EQ(sheet() != nullptr, !isTaken) << file;
+        EXPECT_EQ(user.sees(u"Please drop a valid .dmg file."_s), !isTaken);
+        if (!isTaken)
+            user.click(u"OK"_s);
+        EXPECT_TRUE(isGone());
+        EXPECT_EQ(job().outputURL.has_value(), isTaken) << file;
+    }
+}
+
+TEST_F(Sheets, ClosingAsksWhileWorkRuns)
+{
+    makeIdentity();
+    chooseFiles();
+    go(NavigationStep::appSigning);
+    chooseIdentity();
+    user.click(u"Sign App Bundle & Enable Hardened Runtime"_s);
+    ASSERT_TRUE(WindowUser::waitUntil([&] { return window.wizard().isBusy(); }));
+    EXPECT_FALSE(window.close());
+    EXPECT_TRUE(user.sees(u"Close while work runs?"_s));
+    EXPECT_FALSE(window.close()); // once is enough
+    EXPECT_EQ(window.findChildren<Sheet*>().size(), 1);
+    user.click(u"Keep Working"_s);
+    EXPECT_TRUE(isGone());
+    EXPECT_TRUE(user.waitToSee(u"Signed · "_s)) << seen();
+    ASSERT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
+    EXPECT_TRUE(window.close());
+}
