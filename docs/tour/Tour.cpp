@@ -144,7 +144,8 @@ void Tour::wholeWay()
 {
     show(assets);
     choose(m_home.good(), QStringLiteral(SAMPLES_DIR "/background.png"));
-    Visitor::turnUntil([] { return Visitor::sees(u"Checking"_s); });
+    if (!Visitor::turnUntil([] { return Visitor::sees(u"Checking"_s); }))
+        Visitor::faults().append(u"no inspection runs"_s);
     take(assets, u"running"_s);
     Visitor::turnFor(4 * toSettle);
     take(assets, u"filled"_s);

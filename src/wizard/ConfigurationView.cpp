@@ -2,6 +2,7 @@
 
 #include "model/ConfigWrapper.h"
 #include "platform/Pasteboard.h"
+#include "platform/Paths.h"
 #include "views/Buttons.h"
 #include "views/Card.h"
 #include "views/Labels.h"
@@ -23,9 +24,9 @@ namespace {
 constexpr int formWidth = 400;
 constexpr int largestCoordinate = 32767; // of the windows of the system that opens the image
 
-QString pathOf(const std::optional<QUrl>& location)
+QString pathOrNothing(const std::optional<QUrl>& location)
 {
-    return location ? location->toLocalFile() : QString();
+    return location ? pathOf(*location) : QString();
 }
 
 QStringList layoutNames()
@@ -77,9 +78,9 @@ QWidget* ConfigurationView::makeForm()
 
     auto* assets = new Card(u"Selected Assets"_s);
     m_application = makeAssetRow(u"app.fill"_s, u"Copy App Path"_s,
-        [](const DMGConfig& config) { return pathOf(config.appURL); });
+        [](const DMGConfig& config) { return pathOrNothing(config.appURL); });
     m_background = makeAssetRow(u"photo"_s, u"Copy Background Path"_s,
-        [](const DMGConfig& config) { return pathOf(config.backgroundURL); });
+        [](const DMGConfig& config) { return pathOrNothing(config.backgroundURL); });
     m_noAssets =
         makeLabel(u"No assets selected."_s, Theme::Type::caption, Theme::Colour::secondary);
     assets->add(m_application.whole);
@@ -226,9 +227,9 @@ void ConfigurationView::refresh()
 {
     const DMGConfig& config = m_job.config();
     m_application.whole->setVisible(config.appURL.has_value());
-    m_application.name->setFullText(QFileInfo(pathOf(config.appURL)).fileName());
+    m_application.name->setFullText(QFileInfo(pathOrNothing(config.appURL)).fileName());
     m_background.whole->setVisible(config.backgroundURL.has_value());
-    m_background.name->setFullText(QFileInfo(pathOf(config.backgroundURL)).fileName());
+    m_background.name->setFullText(QFileInfo(pathOrNothing(config.backgroundURL)).fileName());
     m_noAssets->setVisible(!config.appURL && !config.backgroundURL);
 
     const bool isBeingTyped = m_volumeName->hasFocus() && m_volumeName->isModified();

@@ -3,6 +3,7 @@
 #include "platform/FileIcons.h"
 #include "platform/MainQueue.h"
 #include "platform/Pasteboard.h"
+#include "platform/Paths.h"
 #include "views/Buttons.h"
 #include "views/FilePicker.h"
 #include "views/Labels.h"
@@ -23,15 +24,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int pictureEdge = 64;
-
-/// A folder's location may end in a slash, which is no part of its name.
-QString pathOf(const QUrl& location)
-{
-    QString path = location.toLocalFile();
-    while (path.size() > 1 && path.endsWith(u'/'))
-        path.chop(1);
-    return path;
-}
 
 } // namespace
 
