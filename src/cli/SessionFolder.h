@@ -28,7 +28,7 @@ public:
     QCoro::Task<> remove();
 
     /// Removes what runs that are no more have left behind, on the thread pool, and tells how many
-    /// bytes of files that was.
+    /// bytes of files that was; these are counted on the caller's thread.
     static QCoro::Task<qint64> sweepLeftovers(QString temporaryFolder);
 
 private:
