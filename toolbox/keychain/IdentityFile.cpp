@@ -114,6 +114,9 @@ PrivateKey PemPiece::key(const std::string& password, DecryptionBudget& budget)
         key.reset(d2i_AutoPrivateKey(nullptr, &raw, static_cast<long>(m_data.size())));
     }
     forgetErrors();
+    // The padding of the old form accepts one wrong password in 256.
+    if (!key && !m_header.empty())
+        throw WrongPassword();
     if (!key)
         throw FormatError("a damaged key");
     return PrivateKey(std::move(key));

@@ -115,6 +115,15 @@ TEST(IdentityFile, WithTheWrongPasswordStaysShut)
     }
 }
 
+TEST(IdentityFile, WhosePaddingAWrongPasswordFitsStaysShutAsWell)
+{
+    const FileBench bench;
+    const auto file = bench.made(
+        "openssl ec -in key.pem -aes128 -passout pass:secret -out made && cat leaf.pem >>made");
+    for (int i = 0; i < 2000; ++i)
+        ASSERT_THROW(IdentityFile::read(file, std::to_string(i)), WrongPassword) << i;
+}
+
 TEST(IdentityFile, MayHoldSeveralKeysOrNone)
 {
     const FileBench bench;
