@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <climits>
 #include <fcntl.h>
 #include <mutex>
 #include <thread>
@@ -24,21 +23,12 @@ using bytes::FormatError;
 /// Files that a thread takes at once; all lie in one folder.
 constexpr std::size_t largestBatch = 32;
 
-mode_t hostMode(const Entry& entry)
-{
-    const mode_t recorded = entry.permissions.fileMode & 0777;
-    const bool folder = entry.kind == EntryKind::folder;
-    if (entry.permissions.fileMode == 0)
-        return folder ? 0755 : 0644;
-    return recorded | (folder ? 0700 : 0400);
-}
-
 /// A date of the volume for utimensat; 0 stands for "never".
 timespec hostTime(uint32_t date)
 {
     if (date == 0)
         return {.tv_sec = 0, .tv_nsec = UTIME_OMIT};
-    return {.tv_sec = static_cast<time_t>(int64_t{date} - macEpochOffset), .tv_nsec = 0};
+    return {.tv_sec = static_cast<time_t>(hostSeconds(date)), .tv_nsec = 0};
 }
 
 void setTimes(int folder, const char* name, const Entry& entry)
@@ -91,113 +81,40 @@ VolumeExtractor::VolumeExtractor(const Volume& volume, fs::path folder, unsigned
     : m_volume(volume)
     , m_folder(std::move(folder))
     , m_base(HostFolder::open(m_folder))
+    , m_plan(volume)
     , m_threads(threads != 0 ? threads : std::clamp(std::thread::hardware_concurrency(), 1U, 8U))
 { }
 
 ExtractReport VolumeExtractor::extract()
 {
-    plan();
+    checkRoom();
     makeFolders();
-    makeFiles(m_files);
+    makeFiles(m_plan.files);
     writeFolderMetadata();
-    makeFiles(m_lateFiles);
+    makeFiles(m_plan.lateFiles);
     makeHardLinks();
     finishFolders();
-    m_report.snapshot = takeSnapshot();
-    return std::move(m_report);
+    const auto files = m_plan.files.size() + m_plan.lateFiles.size() - m_plan.links;
+    return {.snapshot = takeSnapshot(),
+        .files = static_cast<uint32_t>(files + m_plan.hardLinks.size()),
+        .folders = static_cast<uint32_t>(m_plan.folders.size()) - 1,
+        .links = m_plan.links,
+        .dataBytes = m_plan.dataBytes,
+        .skipped = std::move(m_plan.skipped)};
 }
 
-void VolumeExtractor::plan()
+void VolumeExtractor::checkRoom() const
 {
-    m_folders.push_back({.path = {}, .id = rootFolderID, .kind = EntryKind::folder});
-    countBlocks(m_volume.root());
-    m_volume.visit([this](const std::string& path, const Entry& entry) { planEntry(path, entry); });
-    m_report.folders = static_cast<uint32_t>(m_folders.size()) - 1;
     // Files of zeros take no room here, but as much time as if they did.
-    if (m_blocks > fs::space(m_folder).available / m_volume.header().blockSize)
+    if (m_plan.blocks > fs::space(m_folder).available / m_volume.header().blockSize)
         throw std::system_error(ENOSPC, std::generic_category(), m_folder.string());
-}
-
-void VolumeExtractor::planEntry(const std::string& path, const Entry& entry)
-{
-    const std::string_view name = nameOf(path);
-    if (name.empty() || name == "." || name == ".." || name.find('\0') != name.npos)
-        throw FormatError("an entry has a name that no file can have: \"" + path + "\"");
-    if (!isLaidOut(path, entry))
-        return;
-    Job job{.path = path, .id = entry.id, .kind = entry.kind};
-    if (entry.kind == EntryKind::folder) {
-        countBlocks(entry);
-        m_folders.push_back(std::move(job));
-        return;
-    }
-    if (entry.isHardLink()) {
-        const auto [first, isFirst] = m_firstLinks.emplace(entry.contentID, entry.id);
-        if (!isFirst) {
-            job.linkTo = first->second;
-            m_hardLinks.push_back(std::move(job));
-            ++m_report.files;
-            return;
-        }
-    }
-    countBlocks(entry);
-    (entry.kind == EntryKind::symlink ? m_report.links : m_report.files) += 1;
-    (name.starts_with("._") ? m_lateFiles : m_files).push_back(std::move(job));
-}
-
-/// A Mac's name of 255 units may take 765 bytes. What has metadata may need a name with two bytes
-/// more beside it.
-bool VolumeExtractor::fitsHost(const std::string& path, const Entry& entry) const
-{
-    const bool mayNeedCompanion = entry.kind != EntryKind::folder
-        && (entry.resourceFork.logicalSize != 0 || !m_volume.attributes(entry.contentID).empty());
-    return nameOf(path).size() + (mayNeedCompanion ? 2 : 0) <= NAME_MAX;
-}
-
-bool VolumeExtractor::isLaidOut(const std::string& path, const Entry& entry)
-{
-    if (!m_leftOutFolder.empty() && path.starts_with(m_leftOutFolder))
-        return false;
-    if (!fitsHost(path, entry)) {
-        m_report.skipped.push_back(path + ": its name is too long for this system; left out");
-        if (entry.kind == EntryKind::folder)
-            m_leftOutFolder = path + "/";
-        return false;
-    }
-    if (entry.kind == EntryKind::special) {
-        m_report.skipped.push_back(path + ": neither file, folder nor symbolic link; left out");
-        return false;
-    }
-    const auto marksCompression = [](const AttributeTable::Value& value) {
-        return value.name == u"com.apple.decmpfs";
-    };
-    if (entry.kind == EntryKind::file
-        && (entry.isCompressed()
-            || std::ranges::any_of(m_volume.attributes(entry.contentID), marksCompression))) {
-        m_report.skipped.push_back(
-            path + ": compressed by the file system, which is not supported; left out");
-        return false;
-    }
-    return true;
-}
-
-/// Sound volumes have one user for each block. One whose files share blocks could fill the host's
-/// disk many times over.
-void VolumeExtractor::countBlocks(const Entry& entry)
-{
-    m_blocks += uint64_t{entry.dataFork.totalBlocks} + entry.resourceFork.totalBlocks;
-    for (const AttributeTable::Value& value : m_volume.attributes(entry.contentID))
-        m_blocks += value.totalBlocks;
-    if (m_blocks > m_volume.header().totalBlocks)
-        throw FormatError("the volume's files have more blocks than the volume");
-    m_report.dataBytes += entry.dataFork.logicalSize;
 }
 
 void VolumeExtractor::makeFolders()
 {
     std::string_view parentPath;
     HostFolder parent = m_base.descend({});
-    for (const Job& job : m_folders) {
+    for (const LayoutPlan::Item& job : m_plan.folders) {
         if (job.path.empty())
             continue;
         if (folderOf(job.path) != parentPath) {
@@ -210,10 +127,10 @@ void VolumeExtractor::makeFolders()
     }
 }
 
-void VolumeExtractor::makeFiles(Jobs& jobs)
+void VolumeExtractor::makeFiles(LayoutPlan::Items& jobs)
 {
-    std::vector<std::span<Job>> batches;
-    for (Job& job : jobs) {
+    std::vector<std::span<LayoutPlan::Item>> batches;
+    for (LayoutPlan::Item& job : jobs) {
         const bool goesOn = !batches.empty() && batches.back().size() < largestBatch
             && folderOf(batches.back().front().path) == folderOf(job.path);
         if (goesOn)
@@ -223,12 +140,12 @@ void VolumeExtractor::makeFiles(Jobs& jobs)
     }
     inParallel(m_threads, batches.size(), [&](std::size_t index) {
         const HostFolder folder = m_base.descend(folderOf(batches[index].front().path));
-        for (Job& job : batches[index])
+        for (LayoutPlan::Item& job : batches[index])
             makeFile(folder, job);
     });
 }
 
-void VolumeExtractor::makeFile(const HostFolder& folder, Job& job) const
+void VolumeExtractor::makeFile(const HostFolder& folder, LayoutPlan::Item& job) const
 {
     const Entry entry = *m_volume.entryWithID(job.id);
     const std::string name(nameOf(job.path));
@@ -244,14 +161,15 @@ void VolumeExtractor::makeFile(const HostFolder& folder, Job& job) const
 }
 
 void VolumeExtractor::makeSymlink(
-    const HostFolder& folder, const Job& job, const Entry& entry) const
+    const HostFolder& folder, const LayoutPlan::Item& job, const Entry& entry) const
 {
     const std::string target = m_volume.linkTarget(entry), name(nameOf(job.path));
     if (::symlinkat(target.c_str(), folder.descriptor(), name.c_str()) != 0)
         failMaking(job.path);
 }
 
-void VolumeExtractor::writeData(const HostFolder& folder, const Job& job, const Entry& entry) const
+void VolumeExtractor::writeData(
+    const HostFolder& folder, const LayoutPlan::Item& job, const Entry& entry) const
 {
     const std::string name(nameOf(job.path));
     const int descriptor = ::openat(folder.descriptor(), name.c_str(),
@@ -274,12 +192,12 @@ bool VolumeExtractor::writeMetadata(const fs::path& path, const Entry& entry) co
 
 void VolumeExtractor::makeHardLinks()
 {
-    std::unordered_map<CatalogID, const Job*> firsts;
-    for (const Jobs* jobs : {&m_files, &m_lateFiles})
-        for (const Job& job : *jobs)
+    std::unordered_map<CatalogID, const LayoutPlan::Item*> firsts;
+    for (const LayoutPlan::Items* jobs : {&m_plan.files, &m_plan.lateFiles})
+        for (const LayoutPlan::Item& job : *jobs)
             firsts.emplace(job.id, &job);
-    for (Job& job : m_hardLinks) {
-        const Job& first = *firsts.at(job.linkTo);
+    for (LayoutPlan::Item& job : m_plan.hardLinks) {
+        const LayoutPlan::Item& first = *firsts.at(job.linkTo);
         const HostFolder from = m_base.descend(folderOf(first.path));
         const HostFolder to = m_base.descend(folderOf(job.path));
         const std::string fromName(nameOf(first.path)), toName(nameOf(job.path));
@@ -290,7 +208,7 @@ void VolumeExtractor::makeHardLinks()
 
 void VolumeExtractor::writeFolderMetadata()
 {
-    for (Job& job : m_folders)
+    for (LayoutPlan::Item& job : m_plan.folders)
         job.hasMetadata =
             writeMetadata(m_base.descend(job.path).pathOf("."), *m_volume.entryWithID(job.id));
 }
@@ -298,7 +216,7 @@ void VolumeExtractor::writeFolderMetadata()
 /// From the leaves up, for making what they hold changed their dates.
 void VolumeExtractor::finishFolders()
 {
-    for (auto job = m_folders.rbegin(); job != m_folders.rend(); ++job) {
+    for (auto job = m_plan.folders.rbegin(); job != m_plan.folders.rend(); ++job) {
         const Entry entry = *m_volume.entryWithID(job->id);
         const HostFolder folder = m_base.descend(job->path);
         if (::fchmod(folder.descriptor(), hostMode(entry)) != 0)
@@ -317,8 +235,9 @@ FolderSnapshot VolumeExtractor::takeSnapshot() const
         if (folder.status(std::string(nameOf(path)).c_str(), status))
             items.push_back({path, id, FileFacts(status)});
     };
-    for (const Jobs* jobs : {&m_files, &m_lateFiles, &m_hardLinks, &m_folders})
-        for (const Job& job : *jobs) {
+    for (const LayoutPlan::Items* jobs :
+        {&m_plan.files, &m_plan.lateFiles, &m_plan.hardLinks, &m_plan.folders})
+        for (const LayoutPlan::Item& job : *jobs) {
             const std::string_view parent = folderOf(job.path);
             if (parent != openPath)
                 folder = m_base.descend(openPath = parent);

@@ -2,7 +2,7 @@
 
 #include "hfsplus/FolderSnapshot.h"
 #include "hfsplus/HostFolder.h"
-#include "hfsplus/Volume.h"
+#include "hfsplus/LayoutPlan.h"
 
 namespace hfsplus {
 
@@ -20,37 +20,22 @@ struct ExtractReport {
 class VolumeExtractor {
 public:
     /// `folder` must exist and be empty. `threads` 0 takes what the machine has, up to 8. Borrows
-    /// the volume.
+    /// the volume. Throws as LayoutPlan does.
     VolumeExtractor(const Volume& volume, std::filesystem::path folder, unsigned threads = 0);
 
-    /// To be called once. Throws bytes::FormatError for a volume that can't be laid out (names
-    /// that no file can have, two entries of one name, forks that share blocks),
-    /// std::system_error when the host fails, with ENOSPC where it has less room than the files
-    /// take. What was laid out by then is left to the caller.
+    /// To be called once. Throws bytes::FormatError for two entries of one name, std::system_error
+    /// when the host fails, with ENOSPC where it has less room than the files take. What was laid
+    /// out by then is left to the caller.
     ExtractReport extract();
 
 private:
-    /// An entry to be laid out. The volume has the rest.
-    struct Job {
-        std::string path;
-        CatalogID id = 0;
-        EntryKind kind = EntryKind::file;
-        CatalogID linkTo = 0; // the entry made before whose hard link this becomes
-        bool hasMetadata = false;
-    };
-    using Jobs = std::vector<Job>;
-
-    void plan();
-    void planEntry(const std::string& path, const Entry& entry);
-    bool fitsHost(const std::string& path, const Entry& entry) const;
-    bool isLaidOut(const std::string& path, const Entry& entry);
-    void countBlocks(const Entry& entry);
-
+    void checkRoom() const;
     void makeFolders();
-    void makeFiles(Jobs& jobs);
-    void makeFile(const HostFolder& folder, Job& job) const;
-    void makeSymlink(const HostFolder& folder, const Job& job, const Entry& entry) const;
-    void writeData(const HostFolder& folder, const Job& job, const Entry& entry) const;
+    void makeFiles(LayoutPlan::Items& jobs);
+    void makeFile(const HostFolder& folder, LayoutPlan::Item& job) const;
+    void makeSymlink(
+        const HostFolder& folder, const LayoutPlan::Item& job, const Entry& entry) const;
+    void writeData(const HostFolder& folder, const LayoutPlan::Item& job, const Entry& entry) const;
     bool writeMetadata(const std::filesystem::path& path, const Entry& entry) const;
     void writeFolderMetadata();
     void makeHardLinks();
@@ -60,15 +45,8 @@ private:
     const Volume& m_volume;
     std::filesystem::path m_folder;
     HostFolder m_base;
+    LayoutPlan m_plan;
     unsigned m_threads;
-
-    Jobs m_folders, m_files, m_hardLinks;
-    /// Files named "._X": made after all X, for the host may need their names for X's metadata.
-    Jobs m_lateFiles;
-    std::unordered_map<CatalogID, CatalogID> m_firstLinks; // content -> entry
-    std::string m_leftOutFolder; // the last one, with a slash; what it holds is left out too
-    uint64_t m_blocks = 0;
-    ExtractReport m_report;
 };
 
 } // namespace hfsplus
