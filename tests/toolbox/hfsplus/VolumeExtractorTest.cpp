@@ -83,18 +83,6 @@ TEST(VolumeExtractor, CompressedFilesAndDevicesAreNamedAndLeftOut)
     EXPECT_TRUE(Volume(out.device()).find("nothing"));
 }
 
-TEST(VolumeExtractor, NamesThatNoFileCanHaveAreRefused)
-{
-    for (const std::u16string name : {u".", u".."}) {
-        const TemporaryFolder folder, target;
-        folder.write(name == u"." ? "z" : "zz", "payload");
-        auto device = SampleVolume::build(folder);
-        ASSERT_TRUE(replaceName(device, std::u16string(name.size(), u'z'), name));
-        EXPECT_THROW(VolumeExtractor(Volume(device), target.path()).extract(), bytes::FormatError);
-        EXPECT_TRUE(fs::is_empty(target.path()));
-    }
-}
-
 TEST(VolumeExtractor, NothingIsWrittenThroughALinkOfTheVolume)
 {
     // A link and a folder of one name: what the folder holds must not land behind the link.
