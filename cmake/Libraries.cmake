@@ -16,5 +16,6 @@ pkg_check_modules(deflate REQUIRED IMPORTED_TARGET libdeflate)
 pkg_check_modules(lzma REQUIRED IMPORTED_TARGET liblzma)
 pkg_check_modules(tiff REQUIRED IMPORTED_TARGET libtiff-4)
 pkg_check_modules(libarchive REQUIRED IMPORTED_TARGET libarchive)
+pkg_check_modules(fuse REQUIRED IMPORTED_TARGET fuse3)
 
 set(CMAKE_AUTOMOC OFF)

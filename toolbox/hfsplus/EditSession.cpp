@@ -37,12 +37,12 @@ FinderInfoBytes symlinkInfo()
 
 /// What a new folder and a new file have in common.
 template <typename Record>
-Record newRecord(const HostItem& item)
+Record newRecord(const HostItem& item, uint32_t latest)
 {
     Record record{};
-    record.dates.create = record.dates.contentMod = dateOf(item.facts.modified);
-    record.dates.attributeMod = dateOf(item.facts.changed);
-    record.dates.access = macDate(item.accessed);
+    record.dates.create = record.dates.contentMod = std::min(dateOf(item.facts.modified), latest);
+    record.dates.attributeMod = std::min(dateOf(item.facts.changed), latest);
+    record.dates.access = std::min(macDate(item.accessed), latest);
     record.permissions.ownerID = item.owner;
     record.permissions.groupID = item.group;
     record.permissions.fileMode = static_cast<uint16_t>(item.facts.mode);
@@ -72,6 +72,7 @@ EditSession::EditSession(bytes::ByteDevice& device, const Volume& volume, const 
     , m_host(host)
     , m_snapshot(snapshot)
     , m_now(options.fixedTime.value_or(macDate(std::time(nullptr))))
+    , m_latest(options.fixedTime.value_or(UINT32_MAX))
     , m_header(volume.header())
     , m_forks(m_header.blockSize, openAllocator(),
           volume.metadataFork(extentsFileID, m_header.extentsFile))
@@ -207,16 +208,16 @@ void EditSession::add(const HostItem& item)
 
 void EditSession::addFolder(const HostItem& item, CatalogID parent)
 {
-    const CatalogID id =
-        m_catalog.add(parent, nameFromHost(nameOf(item.path)), newRecord<CatalogFolder>(item));
+    const CatalogID id = m_catalog.add(
+        parent, nameFromHost(nameOf(item.path)), newRecord<CatalogFolder>(item, m_latest));
     m_newFolders.emplace(item.path, id);
     setMetadata(id, m_catalog.folder(id), hostMetadata(item), false);
 }
 
 void EditSession::addFile(const HostItem& item, CatalogID parent)
 {
-    const CatalogID id =
-        m_catalog.add(parent, nameFromHost(nameOf(item.path)), newRecord<CatalogFile>(item));
+    const CatalogID id = m_catalog.add(
+        parent, nameFromHost(nameOf(item.path)), newRecord<CatalogFile>(item, m_latest));
     CatalogFile& file = m_catalog.file(id);
     if (item.isSymlink())
         file.finderInfo = symlinkInfo();
@@ -291,7 +292,7 @@ void EditSession::updateRecord(
         record.permissions.fileMode =
             static_cast<uint16_t>((old.permissions.fileMode & S_IFMT) | (now.mode & 07777));
     if (before.modified != now.modified)
-        record.dates.contentMod = dateOf(now.modified);
+        record.dates.contentMod = std::min(dateOf(now.modified), m_latest);
     if constexpr (std::is_same_v<Record, CatalogFile>)
         if (!hasSameData(entry, *touched.now))
             updateData(record, entry, *touched.now);

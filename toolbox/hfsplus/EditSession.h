@@ -60,6 +60,7 @@ private:
     const HostFolder& m_host;
     const FolderSnapshot& m_snapshot;
     uint32_t m_now;
+    uint32_t m_latest; // that any date becomes
     VolumeHeader m_header;
     std::vector<std::byte> m_oldBitmap;
     ForkStore m_forks;

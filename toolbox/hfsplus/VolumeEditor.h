@@ -27,7 +27,8 @@ struct EditReport {
 };
 
 struct EditOptions {
-    /// The time of the edit, in seconds since 1904; the clock's when absent.
+    /// The time of the edit, in seconds since 1904, and the latest date that what is added or
+    /// changed gets; the clock's and any when absent.
     std::optional<uint32_t> fixedTime;
 };
 

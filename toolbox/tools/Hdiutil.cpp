@@ -7,7 +7,9 @@
 #include <cctype>
 #include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <ostream>
+#include <string_view>
 #include <system_error>
 
 namespace tools {
@@ -55,6 +57,14 @@ int printUsage(std::ostream& err)
     return 1;
 }
 
+/// VANDOR_ATTACH=folder lays volumes out in folders also where the host could mount them.
+volumes::Appearance wantedAppearance()
+{
+    const char* wanted = std::getenv("VANDOR_ATTACH");
+    return wanted != nullptr && std::string_view(wanted) == "folder" ? volumes::Appearance::laidOut
+                                                                     : volumes::Appearance::mounted;
+}
+
 int run(const Verb& verb, std::span<const std::string> words, std::ostream& out, std::ostream& err)
 {
     std::vector<Option> known(verb.options.begin(), verb.options.end());
@@ -62,7 +72,8 @@ int run(const Verb& verb, std::span<const std::string> words, std::ostream& out,
     try {
         const Arguments arguments(words, known);
         std::ostream nowhere(nullptr);
-        volumes::AttachedVolumes attached(StateFolder::ofUser(StateFolder::Making::whenNeeded));
+        volumes::AttachedVolumes attached(
+            StateFolder::ofUser(StateFolder::Making::whenNeeded), wantedAppearance());
         Session session{arguments, attached, arguments.has("-quiet") ? nowhere : out, err};
         return verb.run(session);
     } catch (const UsageError& mistake) {

@@ -25,8 +25,8 @@ NLOHMANN_JSON_SERIALIZE_ENUM(AttachedImage::Stage,
         {AttachedImage::Stage::unmounted, "unmounted"},
     })
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(AttachedImage, disk, stage, image, identity, imageType, sectors,
-    writable, content, slices, volume, volumeName, mountPoint, folder, ownsFolder, createDate,
-    attachedAt)
+    writable, content, slices, volume, volumeName, mountPoint, folder, ownsFolder, isServed,
+    createDate, attachedAt)
 
 std::optional<FileIdentity> FileIdentity::of(const fs::path& path)
 {

@@ -55,6 +55,7 @@ struct AttachedImage {
     std::string mountPoint; // "/Volumes/NAME", as the Mac has it; empty while not mounted
     std::filesystem::path folder; // where the volume's files are on this host
     bool ownsFolder = true; // false for a folder that was there before, as a mount point
+    bool isServed = false; // the folder is a file system that a process serves, not a copy
     uint32_t createDate = 0; // of the volume, HFS+ seconds, local time
     int64_t attachedAt = 0; // Unix seconds
 

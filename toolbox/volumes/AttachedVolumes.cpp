@@ -6,6 +6,7 @@
 #include "hfsplus/Volume.h"
 #include "hfsplus/VolumeEditor.h"
 #include "hfsplus/VolumeExtractor.h"
+#include "mounting/Mount.h"
 #include "udif/DiskImage.h"
 #include "volumes/ChangeLog.h"
 #include "volumes/DeviceName.h"
@@ -156,8 +157,9 @@ AttachedVolumes::Opened::Opened(const fs::path& path, const AttachOptions& optio
     facts.createDate = volume->header().createDate;
 }
 
-AttachedVolumes::AttachedVolumes(StateFolder state)
+AttachedVolumes::AttachedVolumes(StateFolder state, Appearance preferred)
     : m_registry(std::move(state))
+    , m_preferred(preferred)
 { }
 
 AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions& options)
@@ -174,10 +176,7 @@ AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions&
     const bytes::OnInterruption removal([&] { removeWhileInUse(m_registry, entry); });
     claimed.whole.reset();
     try {
-        hfsplus::ExtractReport report =
-            hfsplus::VolumeExtractor(*opened.volume, entry.folder).extract();
-        report.snapshot.save(m_registry.snapshotFile(entry.disk));
-        result.skipped = std::move(report.skipped);
+        result.skipped = show(opened, entry);
         const bytes::Uninterrupted settled;
         entry.stage = Stage::mounted;
         save(entry);
@@ -186,6 +185,39 @@ AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions&
         throw;
     }
     return result;
+}
+
+/// Hands back a line for each file that can't be shown.
+std::vector<std::string> AttachedVolumes::show(const Opened& opened, AttachedImage& entry) const
+{
+    const fs::path snapshotFile = m_registry.snapshotFile(entry.disk);
+    if (m_preferred == Appearance::mounted) {
+        hfsplus::LayoutPlan plan(*opened.volume);
+        if (mount(opened, plan, entry))
+            return std::move(plan.skipped);
+    }
+    hfsplus::ExtractReport report =
+        hfsplus::VolumeExtractor(*opened.volume, entry.folder).extract();
+    report.snapshot.save(snapshotFile);
+    return std::move(report.skipped);
+}
+
+/// False where the host lets nobody mount.
+bool AttachedVolumes::mount(
+    const Opened& opened, const hfsplus::LayoutPlan& plan, AttachedImage& entry) const
+{
+    const auto snapshot = mounting::mountVolume(*opened.volume, plan,
+        {.folder = entry.folder,
+            .scratchFolder = m_registry.scratchFolder(entry.disk),
+            .entryFile = m_registry.entryFile(entry.disk),
+            .image = entry.image,
+            .device = entry.volumeDevice(),
+            .readOnly = !entry.writable});
+    if (!snapshot)
+        return false;
+    entry.isServed = true;
+    snapshot->save(m_registry.snapshotFile(entry.disk));
+    return true;
 }
 
 AttachedVolumes::Claim AttachedVolumes::claim(
@@ -274,16 +306,14 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
         || (options.keepAttached && entry->stage == Stage::unmounted))
         throw VolumeError(VolumeError::Case::notAttached);
 
-    if (entry->isMounted() && !options.force) {
-        if (auto process = processUsing(entry->folder))
-            throw VolumeError(VolumeError::Case::busy, {}, std::move(*process));
-    }
+    if (entry->isMounted() && !options.force)
+        checkUnused(*entry);
     const bytes::Uninterrupted whole;
     ReleaseResult result;
     try {
         if (entry->isMounted() && entry->writable)
             result.lost = writeBack(*entry, options.fixedTime);
-        else if (entry->isMounted())
+        else if (entry->isMounted() && !entry->isServed)
             result.lost = lostOnReadOnly(entry->folder, m_registry.snapshotFile(entry->disk));
         else if (entry->stage == Stage::writing)
             m_registry.carryOutChanges(*entry);
@@ -303,9 +333,17 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
     return result;
 }
 
+void AttachedVolumes::checkUnused(const AttachedImage& image) const
+{
+    if (auto process = processUsing(image.folder))
+        throw VolumeError(VolumeError::Case::busy, {}, std::move(*process));
+}
+
 std::string AttachedVolumes::writeBack(
     AttachedImage& image, std::optional<uint32_t> fixedTime) const
 {
+    if (image.isServed)
+        mounting::writeOut(image.folder);
     const auto before = hfsplus::FolderSnapshot::load(m_registry.snapshotFile(image.disk));
     const auto place = image.currentPlace();
     if (!place)

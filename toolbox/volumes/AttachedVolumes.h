@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bytes/Interruption.h"
+#include "hfsplus/LayoutPlan.h"
 #include "volumes/AttachmentRegistry.h"
 #include "volumes/VolumeError.h"
 
@@ -41,13 +42,17 @@ struct ReleaseResult {
     std::string lost;
 };
 
-/// The images that this user has attached. A host that can't mount HFS+ sees an attached volume as
-/// a folder: attaching lays the files out, releasing writes back what was added, changed or removed
-/// meanwhile and nothing else. May be used by several tools at once.
+/// How an attached volume appears: as a file system that a process of ours serves, or, where the
+/// host lets nobody mount one, as a folder in which the files are laid out.
+enum class Appearance { mounted, laidOut };
+
+/// The images that this user has attached. Releasing writes back what was added, changed or removed
+/// on the volume meanwhile and nothing else, the same for both appearances. May be used by several
+/// tools at once.
 class AttachedVolumes {
 public:
     /// The folder is made by the first attach.
-    explicit AttachedVolumes(StateFolder state);
+    explicit AttachedVolumes(StateFolder state, Appearance preferred = Appearance::mounted);
 
     const StateFolder& state() const { return m_registry.state(); }
 
@@ -88,10 +93,14 @@ private:
     Claim claim(const Opened& opened, const AttachOptions& options) const;
     std::optional<AttachedImage> attachedAs(const FileIdentity& identity) const;
     void chooseFolder(AttachedImage& image, const AttachOptions& options) const;
+    std::vector<std::string> show(const Opened& opened, AttachedImage& entry) const;
+    bool mount(const Opened& opened, const hfsplus::LayoutPlan& plan, AttachedImage& entry) const;
+    void checkUnused(const AttachedImage& image) const;
     void save(const AttachedImage& image) const;
     std::string writeBack(AttachedImage& image, std::optional<uint32_t> fixedTime) const;
 
     AttachmentRegistry m_registry;
+    Appearance m_preferred;
 };
 
 } // namespace volumes

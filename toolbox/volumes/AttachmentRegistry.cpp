@@ -2,6 +2,7 @@
 
 #include "bytes/File.h"
 #include "bytes/FormatError.h"
+#include "mounting/Mount.h"
 #include "udif/DiskImage.h"
 #include "volumes/ChangeLog.h"
 
@@ -155,14 +156,18 @@ void AttachmentRegistry::makeFolder(const AttachedImage& image) const
     throw std::system_error(failure, std::generic_category(), image.folder.string());
 }
 
+/// Also what a process of another tool serves, or served until it was killed.
 void AttachmentRegistry::discardFolder(const AttachedImage& image) const
 {
+    if (!image.folder.empty() && mounting::serviceAt(image.folder) != mounting::Service::none)
+        mounting::unmount(image.folder, true);
     if (image.ownsFolder && !image.folder.empty()) {
         removeTree(image.folder);
     } else if (std::error_code gone; fs::is_directory(image.folder, gone)) {
         for (const fs::directory_entry& entry : fs::directory_iterator(image.folder))
             removeTree(entry.path());
     }
+    fs::remove_all(scratchFolder(image.disk));
     fs::remove(snapshotFile(image.disk));
     fs::remove(changesFile(image.disk));
 }
@@ -191,7 +196,8 @@ bool AttachmentRegistry::isStale(const AttachedImage& image) const
     case AttachedImage::Stage::discarding:
         return true;
     case AttachedImage::Stage::mounted:
-        return !fs::is_directory(image.folder);
+        return image.isServed ? mounting::serviceAt(image.folder) != mounting::Service::alive
+                              : !fs::is_directory(image.folder);
     case AttachedImage::Stage::unmounted:
         return FileIdentity::of(image.image) != image.identity;
     }
@@ -266,6 +272,11 @@ fs::path AttachmentRegistry::lockFile(unsigned disk) const
 fs::path AttachmentRegistry::changesFile(unsigned disk) const
 {
     return m_state.attached() / ("disk" + std::to_string(disk) + ".changes");
+}
+
+fs::path AttachmentRegistry::scratchFolder(unsigned disk) const
+{
+    return m_state.attached() / ("disk" + std::to_string(disk) + ".scratch");
 }
 
 fs::path AttachmentRegistry::snapshotFile(unsigned disk) const

@@ -40,6 +40,8 @@ public:
 
     /// Where the state of the files at attach time is kept.
     std::filesystem::path snapshotFile(unsigned disk) const;
+    /// Where the files of a mounted volume lie that were written to.
+    std::filesystem::path scratchFolder(unsigned disk) const;
     /// Where the changes to an image lie that is in the stage `writing`.
     std::filesystem::path changesFile(unsigned disk) const;
     /// Writes them to the image, from the beginning if need be; they go with an image that is gone.
@@ -49,8 +51,10 @@ public:
     /// or, unmounted, their image. Hands back the entries that went. Under `lock`.
     std::vector<AttachedImage> sweep() const;
 
-private:
+    /// The file that stands for an entry.
     std::filesystem::path entryFile(unsigned disk) const;
+
+private:
     std::filesystem::path lockFile(unsigned disk) const;
     std::vector<unsigned> disks() const;
     std::optional<AttachedImage> load(unsigned disk) const;

@@ -1,6 +1,7 @@
 #include "TestVolumes.h"
 
 #include "hfsplus/VolumeChecker.h"
+#include "mounting/Mount.h"
 #include "udif/DiskImage.h"
 #include "volumes/ImageCreator.h"
 
@@ -11,7 +12,8 @@
 
 namespace fs = std::filesystem;
 
-TestVolumes::TestVolumes()
+TestVolumes::TestVolumes(volumes::Appearance appearance)
+    : m_appearance(appearance)
 {
     std::string pattern = (fs::temp_directory_path() / "volumes-XXXXXX").string();
     m_folder = ::mkdtemp(pattern.data());
@@ -19,6 +21,10 @@ TestVolumes::TestVolumes()
 
 TestVolumes::~TestVolumes()
 {
+    std::error_code absent;
+    for (const auto& volume : fs::directory_iterator(m_folder / "state/Volumes", absent))
+        if (mounting::serviceAt(volume) != mounting::Service::none)
+            mounting::unmount(volume, true);
     fs::remove_all(m_folder);
 }
 

@@ -9,14 +9,17 @@
 /// A folder of its own for each test, with a state folder inside; removed at the end.
 class TestVolumes {
 public:
-    TestVolumes();
+    explicit TestVolumes(volumes::Appearance appearance = volumes::Appearance::laidOut);
     ~TestVolumes();
     TestVolumes(const TestVolumes&) = delete;
     TestVolumes& operator=(const TestVolumes&) = delete;
 
     const std::filesystem::path& folder() const { return m_folder; }
     volumes::StateFolder state() const { return volumes::StateFolder(m_folder / "state"); }
-    volumes::AttachedVolumes attached() const { return volumes::AttachedVolumes(state()); }
+    volumes::AttachedVolumes attached() const
+    {
+        return volumes::AttachedVolumes(state(), m_appearance);
+    }
 
     /// A writable image whose volume holds an application of a few files.
     std::filesystem::path makeImage(
@@ -29,6 +32,7 @@ public:
 
 private:
     std::filesystem::path m_folder;
+    volumes::Appearance m_appearance;
 };
 
 void writeFile(const std::filesystem::path& path, const std::string& content);

@@ -1,0 +1,156 @@
+#include "mounting/Mount.h"
+
+#include "bytes/File.h"
+#include "mounting/Requests.h"
+#include "mounting/ServingProcess.h"
+
+#define FUSE_USE_VERSION 314
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <fuse3/fuse_lowlevel.h>
+#include <memory>
+#include <spawn.h>
+#include <sys/mount.h>
+#include <sys/vfs.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace mounting {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* device = "/dev/fuse";
+constexpr const char* helper = "/usr/bin/fusermount3";
+constexpr decltype(statfs::f_type) fuseMagic = 0x65735546; // FUSE_SUPER_MAGIC of the kernel
+
+struct DestroySession {
+    void operator()(fuse_session* session) const { fuse_session_destroy(session); }
+};
+using SessionOwner = std::unique_ptr<fuse_session, DestroySession>;
+
+/// Whether it is worth trying: what fails then is told to nobody.
+bool mayMount()
+{
+    return ::access(device, R_OK | W_OK) == 0 && (::geteuid() == 0 || ::access(helper, X_OK) == 0);
+}
+
+/// While one lives, nothing reaches standard error: the library's helper has its own words for a
+/// host that doesn't let it mount, and they are no failure of ours.
+class Silence {
+public:
+    Silence()
+        : m_kept(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3))
+    {
+        const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (m_kept >= 0 && nothing >= 0)
+            ::dup2(nothing, STDERR_FILENO);
+        if (nothing >= 0)
+            ::close(nothing);
+    }
+    ~Silence()
+    {
+        if (m_kept < 0)
+            return;
+        ::dup2(m_kept, STDERR_FILENO);
+        ::close(m_kept);
+    }
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+private:
+    int m_kept;
+};
+
+SessionOwner newSession(ServedVolume& volume, const MountOptions& options)
+{
+    std::string settings = "default_permissions,subtype=hfsplus,fsname=" + options.device;
+    if (options.readOnly)
+        settings += ",ro";
+    std::array<std::string, 3> words{"vandor", "-o", settings};
+    std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
+    fuse_args given = FUSE_ARGS_INIT(3, arguments.data());
+    const fuse_lowlevel_ops& handlers = requestHandlers();
+    SessionOwner session(fuse_session_new(&given, &handlers, sizeof handlers, &volume));
+    fuse_opt_free_args(&given);
+    return session;
+}
+
+/// -1 or the status.
+int run(const std::array<const char*, 6>& command)
+{
+    pid_t process = 0;
+    if (::posix_spawn(&process, command[0], nullptr, nullptr,
+            const_cast<char* const*>(command.data()), environ)
+        != 0)
+        return -1;
+    int status = 0;
+    while (::waitpid(process, &status, 0) < 0)
+        if (errno != EINTR)
+            return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+std::optional<hfsplus::FolderSnapshot> mountVolume(
+    const hfsplus::Volume& volume, const hfsplus::LayoutPlan& plan, const MountOptions& options)
+{
+    if (!mayMount())
+        return std::nullopt;
+    ServedVolume served{VolumeTree(volume, plan, options.scratchFolder),
+        {volume.header().blockSize, volume.header().totalBlocks}};
+    hfsplus::FolderSnapshot snapshot = served.tree.snapshot();
+    SessionOwner session;
+    {
+        const Silence silence;
+        session = newSession(served, options);
+        if (!session || fuse_session_mount(session.get(), options.folder.c_str()) != 0)
+            return std::nullopt;
+    }
+    try {
+        startServing(*session, options);
+    } catch (...) {
+        fuse_session_unmount(session.get());
+        throw;
+    }
+    return snapshot;
+}
+
+Service serviceAt(const fs::path& folder)
+{
+    struct statfs facts { };
+    if (::statfs(folder.c_str(), &facts) != 0)
+        return errno == ENOTCONN || errno == ECONNABORTED ? Service::dead : Service::none;
+    struct stat inside { };
+    struct stat outside { };
+    const bool isRoot = ::stat(folder.c_str(), &inside) == 0
+        && ::stat(folder.parent_path().c_str(), &outside) == 0 && inside.st_dev != outside.st_dev;
+    return facts.f_type == fuseMagic && isRoot ? Service::alive : Service::none;
+}
+
+void writeOut(const fs::path& folder)
+{
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        bytes::throwErrno(folder.string());
+    const bytes::File open(descriptor, folder);
+    if (::syncfs(descriptor) != 0)
+        bytes::throwErrno(folder.string());
+}
+
+void unmount(const fs::path& folder, bool lazily)
+{
+    if (::umount2(folder.c_str(), UMOUNT_NOFOLLOW | (lazily ? MNT_DETACH : 0)) == 0)
+        return;
+    if (errno != EPERM)
+        bytes::throwErrno(folder.string());
+    const Silence silence;
+    if (run({helper, "-u", lazily ? "-qz" : "-q", "--", folder.c_str(), nullptr}) != 0)
+        throw std::system_error(EBUSY, std::generic_category(), folder.string());
+}
+
+} // namespace mounting

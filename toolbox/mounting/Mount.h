@@ -1,0 +1,42 @@
+#pragma once
+
+#include "hfsplus/FolderSnapshot.h"
+#include "hfsplus/LayoutPlan.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace mounting {
+
+struct MountOptions {
+    std::filesystem::path folder; // where the volume is to appear
+    std::filesystem::path scratchFolder; // for what is written to files, made when needed
+    /// As long as this file exists the volume is served; who removes it unmounts the volume.
+    std::filesystem::path entryFile;
+    std::filesystem::path image; // that the volume is read from
+    std::string device; // "disk4s1", shown among the host's mounts
+    bool readOnly = false;
+};
+
+/// Mounts a volume as a file system of the host (libfuse 3), which a process of its own serves
+/// from then on, whatever becomes of this one. What programs change stays with that process and in
+/// the scratch folder; nothing is written to the image. Hands back what the volume's files look
+/// like at that moment; none where this host lets nobody mount. Throws bytes::FormatError for two
+/// entries of one name, std::system_error.
+std::optional<hfsplus::FolderSnapshot> mountVolume(
+    const hfsplus::Volume& volume, const hfsplus::LayoutPlan& plan, const MountOptions& options);
+
+enum class Service { none, alive, dead };
+
+/// Whether a volume is mounted at `folder` and its process still there.
+Service serviceAt(const std::filesystem::path& folder);
+
+/// Hands what programs have written through memory to the serving process.
+void writeOut(const std::filesystem::path& folder);
+
+/// `lazily` does it also while programs use the volume, which then goes with the last of them.
+/// Throws std::system_error (EBUSY).
+void unmount(const std::filesystem::path& folder, bool lazily);
+
+} // namespace mounting

@@ -1,0 +1,134 @@
+#include "mounting/ServingProcess.h"
+
+#include "bytes/File.h"
+
+#define FUSE_USE_VERSION 314
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fuse3/fuse_lowlevel.h>
+#include <poll.h>
+#include <string_view>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace mounting {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// How often the process looks whether its entry is still there.
+constexpr std::chrono::milliseconds glance{2000};
+
+bool isSameFile(int descriptor, const struct stat& other)
+{
+    struct stat status { };
+    return ::fstat(descriptor, &status) == 0 && status.st_dev == other.st_dev
+        && status.st_ino == other.st_ino;
+}
+
+std::vector<int> openDescriptors()
+{
+    std::vector<int> open;
+    std::error_code fault;
+    for (fs::directory_iterator entry("/proc/self/fd", fault), end; !fault && entry != end;
+         entry.increment(fault)) {
+        const std::string name = entry->path().filename().string();
+        int descriptor = -1;
+        std::from_chars(name.data(), name.data() + name.size(), descriptor);
+        open.push_back(descriptor);
+    }
+    return open;
+}
+
+/// Locks and pipes of the process that asked would otherwise live as long as the volume.
+void closeAllBut(int session, const fs::path& image)
+{
+    struct stat imageStatus { };
+    const bool isThere = ::stat(image.c_str(), &imageStatus) == 0;
+    for (const int descriptor : openDescriptors()) {
+        const bool isKept = descriptor <= STDERR_FILENO || descriptor == session
+            || (isThere && isSameFile(descriptor, imageStatus));
+        if (!isKept)
+            ::close(descriptor);
+    }
+    const int nothing = ::open("/dev/null", O_RDWR);
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        ::dup2(nothing, standard);
+    if (nothing > STDERR_FILENO)
+        ::close(nothing);
+}
+
+/// Whatever ended the terminal's programs must not take the volume along; SIGTERM may.
+void leaveTheAskingProcess()
+{
+    ::setsid();
+    for (const int signal : {SIGINT, SIGQUIT, SIGHUP, SIGPIPE})
+        std::signal(signal, SIG_IGN);
+    std::signal(SIGTERM, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::umask(0);
+    if (::chdir("/") != 0)
+        ::_exit(EXIT_FAILURE);
+    ::prctl(PR_SET_NAME, "vandor-volume");
+}
+
+void serve(fuse_session& session, const fs::path& entryFile)
+{
+    using Clock = std::chrono::steady_clock;
+    fuse_buf buffer{};
+    auto next = Clock::now() + glance;
+    while (fuse_session_exited(&session) == 0) {
+        if (Clock::now() >= next) {
+            if (::access(entryFile.c_str(), F_OK) != 0) {
+                fuse_session_unmount(&session);
+                break;
+            }
+            next = Clock::now() + glance;
+        }
+        pollfd waiting{fuse_session_fd(&session), POLLIN, 0};
+        const int ready = ::poll(&waiting, 1, static_cast<int>(glance.count()));
+        if (ready < 0 && errno != EINTR)
+            break;
+        if (ready <= 0)
+            continue;
+        const int received = fuse_session_receive_buf(&session, &buffer);
+        if (received == -EINTR)
+            continue;
+        if (received <= 0)
+            break;
+        fuse_session_process_buf(&session, &buffer);
+    }
+    std::free(buffer.mem);
+}
+
+} // namespace
+
+void startServing(fuse_session& session, const MountOptions& options)
+{
+    const pid_t process = ::fork();
+    if (process < 0)
+        bytes::throwErrno("fork");
+    if (process > 0) {
+        while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) { }
+        return;
+    }
+    // Twice, so that nobody has to wait for the process that stays.
+    if (::fork() != 0)
+        ::_exit(EXIT_SUCCESS);
+    leaveTheAskingProcess();
+    closeAllBut(fuse_session_fd(&session), options.image);
+    serve(session, options.entryFile);
+    ::_exit(EXIT_SUCCESS);
+}
+
+} // namespace mounting
