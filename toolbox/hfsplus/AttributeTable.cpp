@@ -9,6 +9,9 @@ namespace hfsplus {
 
 namespace {
 
+/// A record of few bytes becomes many in memory.
+constexpr std::size_t mostValues = std::size_t{1} << 22;
+
 /// The value that a record of further extents goes on with.
 void extend(AttributeTable::Value& value, const ExtentRecord& extents, uint32_t volumeBlocks)
 {
@@ -57,6 +60,8 @@ void AttributeTable::add(const TreeRecord& record, uint32_t volumeBlocks)
     } else {
         data.fail("an attribute is of the unknown type " + std::to_string(type));
     }
+    if (m_values.size() == mostValues)
+        data.fail("there are more attributes than are read");
     m_values.push_back(std::move(value));
 }
 

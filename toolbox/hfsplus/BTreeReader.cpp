@@ -48,6 +48,8 @@ void BTreeReader::visitLeaves(const std::function<void(const TreeRecord&)>& visi
         const uint64_t offset = uint64_t{number} * nodeSize;
         if (number >= totalNodes || ++visited > totalNodes)
             fail("has a leaf chain that leaves the tree or runs in circles", offset);
+        if (uint64_t{visited} * nodeSize > largestContent)
+            fail("has more records than are read", offset);
         m_file.readAt(offset, raw);
         const TreeNode node(raw, number);
         const NodeDescriptor& descriptor = node.descriptor();

@@ -13,6 +13,10 @@ namespace hfsplus {
 class BTreeReader {
 public:
     static constexpr uint16_t maximumDepth = 16;
+    /// What the nodes of a tree may have in all, unused ones aside. Records are kept in memory, and
+    /// a few megabytes of an image unpack to gigabytes of them. A catalog of 1.5 million files has
+    /// this much.
+    static constexpr uint64_t largestContent = uint64_t{512} << 20;
 
     /// `name` is for messages ("catalog"). Throws FormatError when the header node is no header of
     /// a tree of such keys or promises more nodes than the file has.

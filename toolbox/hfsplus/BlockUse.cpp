@@ -21,6 +21,10 @@ BlockUse::BlockUse(uint32_t totalBlocks, Findings& findings)
 
 void BlockUse::claim(const BlockRun& run, const std::string& user)
 {
+    // Extents may overlap without end, each as long as the largest of volumes.
+    if (m_claimed > m_used.size())
+        return;
+    m_claimed += run.count;
     bool reported = false;
     for (uint32_t block = run.start; block != run.end(); ++block) {
         if (m_used[block] && !reported) {

@@ -10,6 +10,14 @@ namespace hfsplus {
 
 using bytes::FormatError;
 
+namespace {
+
+/// Paths are kept in memory, and each may be as long as thousands of its names: without a bound an
+/// image of a megabyte takes gigabytes. Volumes have some 100 bytes of path an entry.
+constexpr uint64_t largestPaths = uint64_t{256} << 20;
+
+} // namespace
+
 LayoutPlan::LayoutPlan(const Volume& volume)
     : m_volume(volume)
 {
@@ -23,6 +31,9 @@ void LayoutPlan::add(const std::string& path, const Entry& entry)
     const std::string_view name = nameOf(path);
     if (name.empty() || name == "." || name == ".." || name.find('\0') != name.npos)
         throw FormatError("an entry has a name that no file can have: \"" + path + "\"");
+    m_pathBytes += path.size();
+    if (m_pathBytes > largestPaths)
+        throw FormatError("the paths of the volume's entries take too much memory");
     if (!isShown(path, entry))
         return;
     Item item{.path = path, .id = entry.id, .kind = entry.kind};

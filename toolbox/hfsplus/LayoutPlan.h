@@ -23,7 +23,7 @@ public:
     using Items = std::vector<Item>;
 
     /// Throws bytes::FormatError for a volume that can't be shown: names that no file can have,
-    /// forks that share blocks.
+    /// forks that share blocks, paths that are hundreds of megabytes long in all.
     explicit LayoutPlan(const Volume& volume);
 
     Items folders; // the root first
@@ -46,6 +46,7 @@ private:
 
     const Volume& m_volume;
     std::unordered_map<CatalogID, CatalogID> m_firstLinks; // content -> entry
+    uint64_t m_pathBytes = 0;
     std::string m_leftOutFolder; // the last one, with a slash; what it holds is left out too
 };
 

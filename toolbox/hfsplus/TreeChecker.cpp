@@ -138,6 +138,10 @@ TreeChecker::Level TreeChecker::checkLevel(const Level& level, const Visit& visi
         const uint32_t number = level.nodes[at].node;
         if (!claim(number))
             continue;
+        if ((m_content += m_header.nodeSize) > BTreeReader::largestContent) {
+            report("has more records than are read");
+            return {.height = 0, .nodes = {}};
+        }
         try {
             const auto raw = nodeAt(number);
             const TreeNode node(raw, number);

@@ -58,6 +58,7 @@ private:
     TreeHeader m_header{};
     std::vector<bool> m_map, m_reached; // by node
     uint32_t m_leafRecords = 0;
+    uint64_t m_content = 0; // bytes of the nodes that were looked into
     std::vector<std::byte> m_lastKey; // of the level so far
 };
 
