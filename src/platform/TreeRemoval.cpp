@@ -1,5 +1,6 @@
 #include "platform/TreeRemoval.h"
 
+#include "platform/AttachedMounts.h"
 #include "platform/Descriptor.h"
 #include "platform/PlatformError.h"
 
@@ -61,5 +62,6 @@ void removeEntry(int parent, const QByteArray& name, const QByteArray& path)
 void TreeRemoval::run(const QString& path)
 {
     const QByteArray name = QFile::encodeName(QDir::cleanPath(path));
+    unmountVolumesBelow(QDir::cleanPath(path));
     removeEntry(AT_FDCWD, name, name);
 }

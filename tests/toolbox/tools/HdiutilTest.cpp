@@ -318,7 +318,9 @@ TEST(Hdiutil, VerifyAndAttachTellASoundImageFromADamagedOne)
     const Outcome attached = run(hdiutil, {"attach", path});
     EXPECT_EQ(attached.out, sound.out + wholeLine + sliceLine + "/Volumes/Disk\n");
     EXPECT_EQ(run(hdiutil, {"detach", "disk4"}).status, 0);
+    ::setenv("VANDOR_ATTACH", "folder", 1);
     run(hdiutil, {"attach", "-noverify", path});
+    ::unsetenv("VANDOR_ATTACH");
     writeFile(test.volume("Disk") / "new", "x");
     const Outcome lost = run(hdiutil, {"detach", "disk4"});
     EXPECT_EQ(lost.status, 1);

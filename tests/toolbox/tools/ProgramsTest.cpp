@@ -1,5 +1,7 @@
 #include "ToolRun.h"
 
+#include "bytes/File.h"
+
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -283,7 +285,10 @@ TEST(Programs, SeveralBuildsAtOnceDontMeet)
                 ASSERT_EQ(attach.status, 0) << attach.err;
                 std::string mountPoint = attach.out.substr(attach.out.find("/Volumes/"));
                 mountPoint.pop_back();
-                writeFile(test.volume(mountPoint.substr(9)) / ("of " + name), name);
+                // Closed when the other threads' tools start, which would keep it open too.
+                bytes::File::open(test.volume(mountPoint.substr(9)) / ("of " + name),
+                    round == 0 ? bytes::File::Mode::create : bytes::File::Mode::readWrite)
+                    .writeAt(0, std::as_bytes(std::span(name)));
                 const Outcome detach = hdiutil({"detach", mountPoint});
                 EXPECT_EQ(detach.status, 0) << detach.err;
             }

@@ -3,6 +3,7 @@
 #include "bytes/Crc32.h"
 #include "bytes/Unicode.h"
 #include "hfsplus/NameForms.h"
+#include "mounting/Mount.h"
 #include "tools/Hdiutil.h"
 #include "tools/Text.h"
 
@@ -74,6 +75,15 @@ ToolTest::~ToolTest()
 {
     ::unsetenv("VANDOR_STATE");
     ::unsetenv("SOURCE_DATE_EPOCH");
+    std::vector<fs::path> mounted;
+    for (fs::recursive_directory_iterator entry(m_folder), end; entry != end; ++entry) {
+        if (!entry->is_directory() || mounting::serviceAt(*entry) == mounting::Service::none)
+            continue;
+        entry.disable_recursion_pending();
+        mounted.push_back(*entry);
+    }
+    for (const fs::path& volume : mounted)
+        mounting::unmount(volume, true);
     fs::remove_all(m_folder);
 }
 
