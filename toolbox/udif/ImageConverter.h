@@ -48,9 +48,9 @@ struct ConvertReport {
 };
 
 /// Writes the disk of `source` as a new image of another format: under a temporary name, read back
-/// and verified in full, and only then put in place. UDRW is a raw file with holes for zeros.
-/// Throws ImageError (formatNotWritable, interrupted), bytes::FormatError for a damaged source,
-/// std::system_error for the host; then nothing is left behind.
+/// and verified (UDBZ without decoding it), and only then put in place. UDRW is a raw file with
+/// holes for zeros. Throws ImageError (formatNotWritable, interrupted), bytes::FormatError for a
+/// damaged source, std::system_error for the host; then nothing is left behind.
 ConvertReport convertImage(
     const DiskImage& source, const std::filesystem::path& target, const ConvertOptions& options);
 

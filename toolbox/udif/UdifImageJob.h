@@ -17,7 +17,7 @@ class UdifImageJob {
 public:
     UdifImageJob(const DiskImage& source, const ConvertOptions& options);
 
-    /// Fills the empty file `out`, then reads it back and verifies all of it.
+    /// Fills the empty file `out`, then reads it back and verifies it.
     ConvertReport write(bytes::File& out);
 
 private:
@@ -27,6 +27,7 @@ private:
     void writeDataFork(bytes::File& out);
     void append(bytes::File& out, const ChunkPlan::Item& item, const EncodedChunk& chunk);
     void finish(bytes::File& out);
+    bool readsBack(const bytes::File& out, const Udif& written) const;
     void readBack(const bytes::File& out) const;
     ConvertReport report(uint64_t fileBytes) const;
 

@@ -142,6 +142,8 @@ void checkTables(const bytes::ByteSource& file, const Udif& image, const VerifyO
                 {Fault::tableChecksum, table.name + ": the checksum is wrong"});
 }
 
+} // namespace
+
 uint32_t dataForkCrc(const bytes::ByteSource& file, const Udif& image, unsigned threads)
 {
     std::vector<std::pair<uint64_t, uint64_t>> parts;
@@ -160,8 +162,6 @@ uint32_t dataForkCrc(const bytes::ByteSource& file, const Udif& image, unsigned 
         });
     return crc;
 }
-
-} // namespace
 
 Verification verifyUdif(
     const bytes::ByteSource& file, const Udif& image, const VerifyOptions& options)

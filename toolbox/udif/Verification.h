@@ -61,4 +61,8 @@ Verification verifyImage(const std::filesystem::path& path, const VerifyOptions&
 Verification verifyUdif(
     const bytes::ByteSource& file, const Udif& image, const VerifyOptions& options = {});
 
+/// The CRC-32 of the data fork as it is stored, chunks not decoded. `threads` 0 is one per
+/// processor.
+uint32_t dataForkCrc(const bytes::ByteSource& file, const Udif& image, unsigned threads = 0);
+
 } // namespace udif
