@@ -50,9 +50,11 @@ std::vector<std::string> namesIn(const HostFolder& folder, const std::string& pa
 
 class Lister {
 public:
-    Lister(const HostFolder& base, const FolderSnapshot& snapshot)
+    Lister(
+        const HostFolder& base, const FolderSnapshot& snapshot, const UntouchedFolder& isUntouched)
         : m_base(base)
         , m_snapshot(snapshot)
+        , m_isUntouched(isUntouched)
     { }
 
     std::vector<HostItem> list()
@@ -60,10 +62,12 @@ public:
         struct stat status { };
         m_base.status(".", status);
         m_items.push_back(itemFrom("", status));
-        // Grows while folders are found.
-        for (std::size_t at = 0; at < m_items.size(); ++at)
-            if (m_items[at].isFolder())
-                listOne(std::string(m_items[at].path));
+        m_unlisted.push_back(0);
+        while (!m_unlisted.empty()) {
+            const HostItem folder = m_items[m_unlisted.back()];
+            m_unlisted.pop_back();
+            listOne(folder);
+        }
         if (!m_problems.empty())
             throw SourceError(std::move(m_problems));
         std::ranges::sort(m_items, {}, &HostItem::path);
@@ -71,14 +75,33 @@ public:
     }
 
 private:
-    void listOne(const std::string& path)
+    void listOne(const HostItem& item)
     {
+        const std::string& path = item.path;
         const HostFolder folder = m_base.descend(path);
         const std::string prefix = path.empty() ? path : path + "/";
+        // One that was moved here holds what the snapshot has elsewhere.
+        const FolderSnapshot::Item* known = m_snapshot.find(path);
+        if (m_isUntouched && known && known->facts.inode == item.facts.inode
+            && m_isUntouched(folder)) {
+            takeOver(prefix);
+            return;
+        }
         struct stat status { };
         for (const std::string& name : namesIn(folder, path))
             if (folder.status(name.c_str(), status))
                 addItem(folder, name, itemFrom(prefix + name, status));
+    }
+
+    void takeOver(const std::string& prefix)
+    {
+        for (const FolderSnapshot::Item& before : m_snapshot.below(prefix)) {
+            HostItem item;
+            item.path = before.path;
+            item.facts = before.facts;
+            item.isCompanion = before.id == 0;
+            m_items.push_back(std::move(item));
+        }
     }
 
     void addItem(const HostFolder& folder, const std::string& name, HostItem item)
@@ -90,6 +113,8 @@ private:
             item.isCompanion = untouched
                 || ((!known || known->id == 0) && macfile::isCompanion(folder.pathOf(name)));
         }
+        if (item.isFolder())
+            m_unlisted.push_back(m_items.size());
         if (item.isFolder() || item.isSymlink() || S_ISREG(item.facts.mode))
             m_items.push_back(std::move(item));
         else
@@ -98,7 +123,9 @@ private:
 
     const HostFolder& m_base;
     const FolderSnapshot& m_snapshot;
+    const UntouchedFolder& m_isUntouched;
     std::vector<HostItem> m_items;
+    std::vector<std::size_t> m_unlisted; // folders among the items
     std::vector<SourceError::Problem> m_problems;
 };
 
@@ -116,9 +143,10 @@ std::string ownerOf(std::string_view path)
 
 } // namespace
 
-std::vector<HostItem> listFolder(const HostFolder& folder, const FolderSnapshot& snapshot)
+std::vector<HostItem> listFolder(
+    const HostFolder& folder, const FolderSnapshot& snapshot, const UntouchedFolder& isUntouched)
 {
-    return Lister(folder, snapshot).list();
+    return Lister(folder, snapshot, isUntouched).list();
 }
 
 FolderChanges FolderChanges::between(const FolderSnapshot& before, std::span<const HostItem> now,

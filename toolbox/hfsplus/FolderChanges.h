@@ -19,10 +19,15 @@ struct HostItem {
     bool isSymlink() const { return (facts.mode & S_IFMT) == S_IFLNK; }
 };
 
+/// True for a folder whose host knows that nothing in it, however deep, differs from the snapshot.
+using UntouchedFolder = std::function<bool(const HostFolder&)>;
+
 /// Everything below `folder` in the order of the paths, the folder itself first. Companions that
-/// `snapshot` doesn't know as files of the volume are marked as such. Throws SourceError for what
+/// `snapshot` doesn't know as files of the volume are marked as such. What lies in an untouched
+/// folder is as the snapshot has it, owners and access dates left out. Throws SourceError for what
 /// no volume can hold, std::system_error when the host fails.
-std::vector<HostItem> listFolder(const HostFolder& folder, const FolderSnapshot& snapshot);
+std::vector<HostItem> listFolder(const HostFolder& folder, const FolderSnapshot& snapshot,
+    const UntouchedFolder& isUntouched = {});
 
 /// What happened to a folder since its snapshot. Refers into both lists.
 struct FolderChanges {

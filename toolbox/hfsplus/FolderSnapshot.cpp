@@ -45,6 +45,17 @@ const FolderSnapshot::Item* FolderSnapshot::find(std::string_view path) const
     return found != m_items.end() && found->path == path ? &*found : nullptr;
 }
 
+std::span<const FolderSnapshot::Item> FolderSnapshot::below(std::string_view prefix) const
+{
+    const auto starts = [](const Item& item) { return std::string_view(item.path); };
+    if (prefix.empty())
+        return std::span(m_items).subspan(std::min<std::size_t>(m_items.size(), 1));
+    const auto first = std::ranges::lower_bound(m_items, prefix, {}, starts);
+    const auto last = std::find_if_not(
+        first, m_items.end(), [&](const Item& item) { return item.path.starts_with(prefix); });
+    return {first, last};
+}
+
 std::vector<std::byte> FolderSnapshot::serialized() const
 {
     bytes::ByteWriter out;

@@ -45,6 +45,8 @@ public:
     const std::vector<Item>& items() const { return m_items; }
     /// Null when the snapshot has no such path.
     const Item* find(std::string_view path) const;
+    /// The items whose paths begin with `prefix`, which ends in a slash; all but "" for "".
+    std::span<const Item> below(std::string_view prefix) const;
 
     std::vector<std::byte> serialized() const;
     /// Throws bytes::FormatError for anything that `serialized` didn't make.

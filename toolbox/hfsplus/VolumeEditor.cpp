@@ -24,7 +24,7 @@ VolumeEditor::VolumeEditor(bytes::ByteDevice& volume, std::filesystem::path fold
 EditReport VolumeEditor::apply()
 {
     const HostFolder host = HostFolder::open(m_folder);
-    const auto items = listFolder(host, m_snapshot);
+    const auto items = listFolder(host, m_snapshot, m_options.isUntouched);
     const Volume volume(m_volume);
     const auto isOneOfSeveral = [&](CatalogID id) {
         const auto entry = volume.entryWithID(id);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bytes/ByteDevice.h"
-#include "hfsplus/FolderSnapshot.h"
+#include "hfsplus/FolderChanges.h"
 
 #include <optional>
 #include <stdexcept>
@@ -30,6 +30,8 @@ struct EditOptions {
     /// The time of the edit, in seconds since 1904, and the latest date that what is added or
     /// changed gets; the clock's and any when absent.
     std::optional<uint32_t> fixedTime;
+    /// For hosts that keep account of changes; else all is looked at.
+    UntouchedFolder isUntouched{};
 };
 
 /// Brings a volume up to date with the folder that it was laid out in: finds what was added,

@@ -103,14 +103,14 @@ void AttributeStore::set(
     if (!isThere && setting == Setting::mustExist)
         failAttribute(ENODATA);
     attributes[own].assign(value.begin(), value.end());
-    node.changed = currentTime();
+    touch(node);
 }
 
 void AttributeStore::remove(Node& node, std::string_view name)
 {
     if (changeable(node).erase(ownName(name)) == 0)
         failAttribute(ENODATA);
-    node.changed = currentTime();
+    touch(node);
 }
 
 } // namespace mounting

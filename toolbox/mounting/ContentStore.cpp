@@ -78,7 +78,8 @@ void ContentStore::write(Node& node, uint64_t offset, std::span<const std::byte>
     reserve(node, std::max(node.size, end));
     file.writeAt(offset, in);
     node.size = std::max(node.size, end);
-    node.modified = node.changed = currentTime();
+    touch(node);
+    node.modified = node.changed;
 }
 
 void ContentStore::resize(Node& node, uint64_t size)
@@ -88,7 +89,8 @@ void ContentStore::resize(Node& node, uint64_t size)
     reserve(node, size);
     file.resize(size);
     node.size = size;
-    node.modified = node.changed = currentTime();
+    touch(node);
+    node.modified = node.changed;
 }
 
 void ContentStore::drop(Node& node)

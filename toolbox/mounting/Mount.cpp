@@ -14,6 +14,7 @@
 #include <sys/mount.h>
 #include <sys/vfs.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -130,6 +131,11 @@ Service serviceAt(const fs::path& folder)
     const bool isRoot = ::stat(folder.c_str(), &inside) == 0
         && ::stat(folder.parent_path().c_str(), &outside) == 0 && inside.st_dev != outside.st_dev;
     return facts.f_type == fuseMagic && isRoot ? Service::alive : Service::none;
+}
+
+bool isUntouched(int folderDescriptor)
+{
+    return ::fgetxattr(folderDescriptor, untouchedAttribute, nullptr, 0) > 0;
 }
 
 void writeOut(const fs::path& folder)

@@ -32,6 +32,9 @@ enum class Service { none, alive, dead };
 /// Whether a volume is mounted at `folder` and its process still there.
 Service serviceAt(const std::filesystem::path& folder);
 
+/// Whether nobody has changed anything in an open folder of a mounted volume.
+bool isUntouched(int folderDescriptor);
+
 /// Hands what programs have written through memory to the serving process.
 void writeOut(const std::filesystem::path& folder);
 

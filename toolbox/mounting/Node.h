@@ -39,6 +39,8 @@ struct Node {
     std::unique_ptr<FolderNode> folder; // null for anything else
     std::optional<Attributes> attributes; // none: as the volume has them
 
+    /// True once anything of it was changed, by whatever it shows in `changed`.
+    bool isTouched = false;
     /// True once the data lies in the scratch folder and no longer counts on the volume.
     bool isRewritten = false;
     uint32_t opened = 0; // while it is, one of these may be in use
@@ -52,5 +54,8 @@ struct Node {
 
 /// The clock's.
 timespec currentTime();
+
+/// For everything that changes a node: the host shows when.
+void touch(Node& node);
 
 } // namespace mounting

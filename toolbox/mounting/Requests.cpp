@@ -105,7 +105,7 @@ void setTimes(Node& node, const struct stat& wanted, int which)
         node.accessed = (which & FUSE_SET_ATTR_ATIME_NOW) != 0 ? now : wanted.st_atim;
     if ((which & FUSE_SET_ATTR_MTIME) != 0)
         node.modified = (which & FUSE_SET_ATTR_MTIME_NOW) != 0 ? now : wanted.st_mtim;
-    node.changed = now;
+    touch(node);
 }
 
 void setStatus(
@@ -395,6 +395,11 @@ void replySized(fuse_req_t request, std::span<const char> value, std::size_t siz
 void getAttribute(fuse_req_t request, fuse_ino_t number, const char* name, std::size_t size)
 {
     answer(request, [&](VolumeTree& tree) {
+        if (std::string_view(name) == untouchedAttribute) {
+            if (tree.isUntouched(tree.node(number)))
+                return replySized(request, "1", size);
+            throw std::system_error(ENODATA, std::generic_category());
+        }
         const auto value = tree.attributes().value(tree.node(number), name);
         replySized(request, {reinterpret_cast<const char*>(value.data()), value.size()}, size);
     });

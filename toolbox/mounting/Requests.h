@@ -6,6 +6,10 @@ struct fuse_lowlevel_ops;
 
 namespace mounting {
 
+/// An attribute in no name space of the host's, which only files have that nobody has changed since
+/// the volume was mounted, and folders in which nobody has changed anything.
+inline constexpr const char* untouchedAttribute = "vandor.untouched";
+
 /// What of the volume the kernel's `statfs` shows.
 struct VolumeSpace {
     uint64_t blockSize = 0, blocks = 0;

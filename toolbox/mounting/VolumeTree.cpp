@@ -35,9 +35,11 @@ timespec hostTime(uint32_t date, const timespec& never)
 /// Folders show at least two names, for programs that count on it.
 constexpr uint32_t ownNamesOfFolder = 2;
 
-void touch(Node& node)
+/// For a folder in which a name came or went.
+void touchNames(Node& folder)
 {
-    node.modified = node.changed = currentTime();
+    touch(folder);
+    folder.modified = folder.changed;
 }
 
 /// Whether `folder` lies in `other` or is it.
@@ -56,6 +58,12 @@ timespec currentTime()
     timespec now{};
     ::clock_gettime(CLOCK_REALTIME, &now);
     return now;
+}
+
+void touch(Node& node)
+{
+    node.changed = currentTime();
+    node.isTouched = true;
 }
 
 VolumeTree::VolumeTree(
@@ -197,6 +205,15 @@ Node* VolumeTree::find(Node& folder, std::string_view name)
     return found == folder.folder->children.end() ? nullptr : found->second;
 }
 
+bool VolumeTree::isUntouched(const Node& node) const
+{
+    if (node.isTouched)
+        return false;
+    return !node.isFolder() || std::ranges::all_of(node.folder->children, [this](auto& child) {
+        return isUntouched(*child.second);
+    });
+}
+
 struct stat VolumeTree::status(const Node& node) const
 {
     struct stat status { };
@@ -258,7 +275,7 @@ Node& VolumeTree::make(Node& folder, const std::string& name, mode_t mode, uid_t
     node.owner = owner;
     node.group = group;
     enter(node, folder, name);
-    touch(folder);
+    touchNames(folder);
     return node;
 }
 
@@ -272,7 +289,7 @@ Node& VolumeTree::makeSymlink(
     node.target = target;
     node.size = target.size();
     enter(node, folder, name);
-    touch(folder);
+    touchNames(folder);
     return node;
 }
 
@@ -284,8 +301,8 @@ void VolumeTree::link(Node& node, Node& folder, const std::string& name)
         fail(ENOENT);
     checkFree(folder, name);
     enter(node, folder, name);
-    node.changed = currentTime();
-    touch(folder);
+    touch(node);
+    touchNames(folder);
 }
 
 void VolumeTree::unlink(Node& folder, const std::string& name)
@@ -294,8 +311,8 @@ void VolumeTree::unlink(Node& folder, const std::string& name)
     if (node.isFolder())
         fail(EISDIR);
     leave(node, folder, name);
-    node.changed = currentTime();
-    touch(folder);
+    touch(node);
+    touchNames(folder);
     dropIfUnused(node);
 }
 
@@ -307,8 +324,8 @@ void VolumeTree::removeFolder(Node& folder, const std::string& name)
     if (!node.folder->children.empty())
         fail(ENOTEMPTY);
     leave(node, folder, name);
-    node.changed = currentTime();
-    touch(folder);
+    touch(node);
+    touchNames(folder);
     dropIfUnused(node);
 }
 
@@ -328,9 +345,10 @@ void VolumeTree::rename(Node& folder, const std::string& name, Node& newFolder,
         leave(*other, newFolder, newName);
         enter(*other, folder, name);
         enter(node, newFolder, newName);
-        node.changed = other->changed = currentTime();
-        touch(folder);
-        touch(newFolder);
+        touch(node);
+        touch(*other);
+        touchNames(folder);
+        touchNames(newFolder);
         return;
     }
     if (other == &node)
@@ -349,9 +367,9 @@ void VolumeTree::rename(Node& folder, const std::string& name, Node& newFolder,
     }
     leave(node, folder, name);
     enter(node, newFolder, newName);
-    node.changed = currentTime();
-    touch(folder);
-    touch(newFolder);
+    touch(node);
+    touchNames(folder);
+    touchNames(newFolder);
 }
 
 void VolumeTree::forget(uint64_t number, uint64_t lookups)

@@ -32,6 +32,8 @@ public:
     /// Null when the folder has no such name.
     Node* find(Node& folder, std::string_view name);
     struct stat status(const Node& node) const;
+    /// Whether nothing of it, and of what a folder holds, was changed since it was mounted.
+    bool isUntouched(const Node& node) const;
 
     /// A file or folder, by the type in `mode`. EPERM for other types.
     Node& make(Node& folder, const std::string& name, mode_t mode, uid_t owner, gid_t group);

@@ -102,18 +102,29 @@ fs::path folderBelow(const StateFolder& state, const fs::path& root, const std::
     }
 }
 
-bool wasChanged(const fs::path& folder, const hfsplus::FolderSnapshot& before)
+/// What a mounted volume knows of its changes; nothing for a folder.
+hfsplus::UntouchedFolder accountOf(const AttachedImage& image)
 {
-    const auto items = hfsplus::listFolder(hfsplus::HostFolder::open(folder), before);
+    if (!image.isServed)
+        return {};
+    return [](const hfsplus::HostFolder& folder) {
+        return mounting::isUntouched(folder.descriptor());
+    };
+}
+
+bool wasChanged(const AttachedImage& image, const hfsplus::FolderSnapshot& before)
+{
+    const auto items =
+        hfsplus::listFolder(hfsplus::HostFolder::open(image.folder), before, accountOf(image));
     return !hfsplus::FolderChanges::between(before, items, [](auto) { return false; }).empty();
 }
 
 /// What is lost with the folder of a read-only volume. A Mac refuses such changes as they are made;
 /// here the one moment to tell is the last. A folder that can't be looked at holds up nobody.
-std::string lostOnReadOnly(const fs::path& folder, const fs::path& snapshot)
+std::string lostOnReadOnly(const AttachedImage& image, const fs::path& snapshot)
 {
     try {
-        if (wasChanged(folder, hfsplus::FolderSnapshot::load(snapshot)))
+        if (wasChanged(image, hfsplus::FolderSnapshot::load(snapshot)))
             return "the image is attached read-only";
     } catch (const std::exception&) { }
     return {};
@@ -314,7 +325,7 @@ ReleaseResult AttachedVolumes::release(const AttachedImage& image, const Release
         if (entry->isMounted() && entry->writable)
             result.lost = writeBack(*entry, options.fixedTime);
         else if (entry->isMounted() && !entry->isServed)
-            result.lost = lostOnReadOnly(entry->folder, m_registry.snapshotFile(entry->disk));
+            result.lost = lostOnReadOnly(*entry, m_registry.snapshotFile(entry->disk));
         else if (entry->stage == Stage::writing)
             m_registry.carryOutChanges(*entry);
     } catch (const std::exception& failure) {
@@ -347,12 +358,14 @@ std::string AttachedVolumes::writeBack(
     const auto before = hfsplus::FolderSnapshot::load(m_registry.snapshotFile(image.disk));
     const auto place = image.currentPlace();
     if (!place)
-        return wasChanged(image.folder, before) ? "the image file is gone" : "";
+        return wasChanged(image, before) ? "the image file is gone" : "";
     const udif::DiskImage disk = udif::DiskImage::open(*place);
     ChangeLog changes(disk.disk(), m_registry.changesFile(image.disk));
     bytes::DeviceRange volume(changes, image.volume.start, image.volume.length);
     try {
-        hfsplus::VolumeEditor(volume, image.folder, before, {.fixedTime = fixedTime}).apply();
+        hfsplus::VolumeEditor(
+            volume, image.folder, before, {.fixedTime = fixedTime, .isUntouched = accountOf(image)})
+            .apply();
     } catch (const hfsplus::NoSpaceOnVolume& full) {
         throw VolumeError(VolumeError::Case::full,
             std::to_string(full.neededBytes()) + " bytes needed, "

@@ -119,6 +119,7 @@ fs::path makeRichImage(const TestVolumes& test)
     fs::create_symlink("Sample.app", source / "marked link");
     fs::create_directories(source / "folder/in folder/in folder");
     writeFile(source / "folder/in folder/file", "deep");
+    writeFile(source / "folder/in folder/in folder/file", "deeper");
     macfile::writeMetadata(source / "empty", richMetadata(200));
     macfile::writeMetadata(source / "twin one", richMetadata(0));
     // More than an attribute can hold here, and where no attribute can be.
