@@ -1,5 +1,7 @@
 #include "CatalogPatch.h"
 #include "SampleVolume.h"
+#include "bytes/ByteReader.h"
+#include "bytes/Unicode.h"
 #include "hfsplus/Volume.h"
 
 #include <gtest/gtest.h>
@@ -67,6 +69,89 @@ std::function<void(Device&)> inFirstLeaf(Change change)
     };
 }
 
+template <typename Change>
+std::function<void(Device&)> inCatalogNode(uint32_t node, Change change)
+{
+    return [=](Device& device) {
+        const uint64_t tree = catalogOffset(device);
+        const auto header = recordIn<TreeHeader>(device, tree + headerRecordOffset);
+        patchRecord<NodeDescriptor>(device, tree + uint64_t{node} * header.nodeSize, change);
+    };
+}
+
+/// Sets the byte of the node map of the catalog that is so far `behind` its start.
+std::function<void(Device&)> inCatalogMap(uint64_t behind, uint8_t value)
+{
+    return [=](Device& device) {
+        device.writeAt(
+            catalogOffset(device) + headerMapOffset + behind, std::array{std::byte{value}});
+    };
+}
+
+/// The key of a record of `keyBytes` bytes says that something else is its parent.
+void giveParent(Device& device, uint64_t record, std::size_t keyBytes, CatalogID parent)
+{
+    patchRecord<be32>(device, record - keyBytes + 2, [&](be32& stored) { stored = parent; });
+}
+
+std::function<void(Device&)> inAttribute(
+    const char* name, const std::function<void(Device&, uint64_t record, std::size_t key)>& change)
+{
+    return [=](Device& device) {
+        const VolumeHeader header = headerOf(device);
+        const ForkReader file(device, header.blockSize,
+            runsOf(header.attributesFile.extents, header.totalBlocks),
+            header.attributesFile.logicalSize);
+        const uint64_t start = offsetOf(device, header.attributesFile);
+        uint64_t found = 0;
+        std::size_t keyBytes = 0;
+        BTreeReader(file, "attributes", maximumAttributeKey)
+            .visitLeaves([&](const TreeRecord& record) {
+                bytes::ByteReader units(record.key.subspan(sizeof(AttributeKeyHead)));
+                if (bytes::utf8FromUtf16(units.utf16(units.remaining() / 2)) != name)
+                    return;
+                found = start + record.dataOffset;
+                keyBytes = record.key.size();
+            });
+        ASSERT_NE(found, 0U) << name;
+        change(device, found, keyBytes);
+    };
+}
+
+/// Gives the extents tree, which is empty, one leaf with one record.
+std::function<void(Device&)> withExtents(
+    CatalogID file, uint8_t forkType, std::size_t dataBytes = sizeof(ExtentRecord))
+{
+    return [=](Device& device) {
+        const uint64_t tree = offsetOf(device, headerOf(device).extentsFile);
+        uint32_t nodeSize = 0;
+        patchRecord<TreeHeader>(device, tree + headerRecordOffset, [&](TreeHeader& header) {
+            nodeSize = header.nodeSize;
+            header.treeDepth = uint16_t{1};
+            header.rootNode = header.leafRecords = header.firstLeafNode = header.lastLeafNode = 1U;
+            header.freeNodes = header.freeNodes - 1;
+        });
+        device.writeAt(tree + headerMapOffset, std::array{std::byte{0xC0}});
+        const uint64_t leaf = tree + nodeSize;
+        patchRecord<NodeDescriptor>(device, leaf, [](NodeDescriptor& node) {
+            node.kind = leafNode;
+            node.height = 1;
+            node.numRecords = uint16_t{1};
+        });
+        const auto end =
+            static_cast<uint16_t>(sizeof(NodeDescriptor) + sizeof(ExtentKey) + dataBytes);
+        patchRecord<ExtentKey>(device, leaf + sizeof(NodeDescriptor), [&](ExtentKey& key) {
+            key.keyLength = maximumExtentKey;
+            key.forkType = forkType;
+            key.fileID = file;
+            key.startBlock = 8U;
+        });
+        patchRecord<be16>(device, leaf + nodeSize - 2,
+            [](be16& offset) { offset = uint16_t{sizeof(NodeDescriptor)}; });
+        patchRecord<be16>(device, leaf + nodeSize - 4, [&](be16& offset) { offset = end; });
+    };
+}
+
 void setBitmapByte(Device& device, uint64_t at, std::byte value)
 {
     device.writeAt(offsetOf(device, headerOf(device).allocationFile) + at, std::array{value});
@@ -91,8 +176,18 @@ TEST(VolumeChecker, MistakesInTheHeaderAreReported)
         {"folder count", inHeader([](auto& h) { h.folderCount = 0U; }), "directory count"},
         {"free blocks", inHeader([](auto& h) { h.freeBlocks = 1U; }), "free block count"},
         {"next ID", inHeader([](auto& h) { h.nextCatalogID = 17U; }), "isn't below"},
+        {"next ID of the system", inHeader([](auto& h) { h.nextCatalogID = 15U; }), "is too low"},
         {"encodings", inHeader([](auto& h) { h.encodingsBitmap = 0U; }), "text encodings"},
         {"no clump", inHeader([](auto& h) { h.dataClumpSize = 0U; }), "clump size of data"},
+        {"odd clump", inHeader([](auto& h) { h.rsrcClumpSize = 1000U; }),
+            "clump size of resource forks"},
+        {"odd clump of the bitmap", inHeader([](auto& h) { h.allocationFile.clumpSize = 1U; }),
+            "clump size of the allocation file"},
+        {"odd clump of extents", inHeader([](auto& h) { h.extentsFile.clumpSize = 1U; }),
+            "clump size of the extents file"},
+        {"no clump of attributes", inHeader([](auto& h) { h.attributesFile.clumpSize = 0U; }),
+            "clump size of the attributes file"},
+        {"block size", inHeader([](auto& h) { h.blockSize = 1000U; }), "block size is 1000"},
         {"large clump", inHeader([](auto& h) { h.catalogFile.clumpSize = 1U << 30; }),
             "clump size of the catalog"},
         {"allocation start", inHeader([](auto& h) { h.nextAllocation = h.totalBlocks; }),
@@ -133,6 +228,7 @@ TEST(VolumeChecker, MistakesInTheBitmapAreReported)
             "nothing uses it"},
         {"a bit behind the end", [](Device& d) { setBitmapByte(d, 4095, std::byte{1}); },
             "behind the last block"},
+        {"too short", inHeader([](auto& h) { h.allocationFile.logicalSize = 0U; }), "too few bits"},
     });
 }
 
@@ -149,6 +245,22 @@ TEST(VolumeChecker, MistakesInATreeAreReported)
         {"first leaf", inCatalogHeader([](auto& h) { h.firstLeafNode = 2U; }),
             "first or last leaf"},
         {"node size", inCatalogHeader([](auto& h) { h.nodeSize = uint16_t{1000}; }), "nodes have"},
+        {"more nodes", inCatalogHeader([](auto& h) { h.totalNodes = h.totalNodes + 1; }),
+            "more nodes than the file has"},
+        {"fewer nodes", inCatalogHeader([](auto& h) { h.totalNodes = h.totalNodes - 1; }),
+            "doesn't fill the file"},
+        {"short keys", inCatalogHeader([](auto& h) { h.attributes = 4U; }),
+            "key lengths are short"},
+        {"no root", inCatalogHeader([](auto& h) { h.rootNode = 0U; }), "without a root"},
+        {"a root outside", inCatalogHeader([](auto& h) { h.rootNode = 1U << 20; }),
+            "lies behind the tree's end"},
+        {"kind of the header", inCatalogNode(0, [](auto& n) { n.kind = indexNode; }),
+            "is no header node"},
+        {"a leaf for the map", inCatalogNode(0, [](auto& n) { n.fLink = 1U; }), "is no map node"},
+        {"a node that is free", inCatalogMap(0, 0x80), "is used, but marked free"},
+        {"a node that isn't there", inCatalogMap(400, 1), "bits behind the tree's end"},
+        {"an empty leaf", inFirstLeaf([](auto& n) { n.numRecords = uint16_t{0}; }),
+            "has no records"},
         {"sibling link", inFirstLeaf([](auto& n) { n.bLink = 1U; }), "sibling link"},
         {"node height", inFirstLeaf([](auto& n) { n.height = 2; }), "height"},
         {"record count", inFirstLeaf([](auto& n) { n.numRecords = uint16_t{2000}; }),
@@ -177,11 +289,20 @@ TEST(VolumeChecker, AnIndexThatDisagreesWithItsNodesIsReported)
     const uint64_t tree = catalogOffset(device);
     const auto header = recordIn<TreeHeader>(device, tree + headerRecordOffset);
     ASSERT_GT(header.treeDepth, 1);
-    // The second record of the root: its key's parent is 4 bytes behind its start.
     const uint64_t root = tree + uint64_t{header.rootNode} * header.nodeSize;
-    const uint16_t second = recordIn<be16>(device, root + header.nodeSize - 4);
-    patchRecord<be32>(device, root + second + 2, [](be32& parent) { parent = parent + 1; });
+    const auto recordAt = [&](uint32_t index) {
+        return root + recordIn<be16>(device, root + header.nodeSize - 2 * (index + 1));
+    };
+    const auto childAt = [&](uint32_t index) { // behind the key
+        return recordAt(index) + 2 + recordIn<be16>(device, recordAt(index));
+    };
+    const Device sound(device.bytes());
+    patchRecord<be32>(device, recordAt(1) + 2, [](be32& parent) { parent = parent + 1; });
     EXPECT_NE(findingsOf(device).find("index key"), std::string::npos) << findingsOf(device);
+    device = Device(sound.bytes());
+    const auto first = recordIn<be32>(device, childAt(0));
+    patchRecord<be32>(device, childAt(1), [&](be32& child) { child = first; });
+    EXPECT_NE(findingsOf(device).find("reached twice"), std::string::npos) << findingsOf(device);
 }
 
 TEST(VolumeChecker, MistakesInTheCatalogAreReported)
@@ -222,7 +343,47 @@ TEST(VolumeChecker, MistakesInTheCatalogAreReported)
         {"an ID twice", inFile("tool", [](auto& f) { f.fileID = 17U; }), "used twice"},
         {"a thread's parent", inThread("tool", [](auto& t) { t.parentID = 2U; }),
             "its thread names the parent"},
-        {"a thread's name", inThread("tool", [](auto& t) { t.nameUnits = uint16_t{3}; }), "thread"},
+        {"a thread's name", inThread("tool", [](auto& t) { t.nameUnits = uint16_t{3}; }),
+            "has another name"},
+        {"a thread's length", inThread("tool", [](auto& t) { t.nameUnits = uint16_t{3}; }),
+            "has the wrong length"},
+        {"a thread of something else",
+            [](Device& d) {
+                const auto id = recordIn<CatalogFile>(d, recordOf(d, u"tool")).fileID;
+                giveParent(d, threadOf(d, id), sizeof(CatalogKeyHead), 5000);
+            },
+            "missing thread record"},
+        {"a thread of nothing",
+            [](Device& d) {
+                const auto id = recordIn<CatalogFile>(d, recordOf(d, u"tool")).fileID;
+                giveParent(d, threadOf(d, id), sizeof(CatalogKeyHead), 5000);
+            },
+            "none of the entries has id 5000"},
+        {"a file for a parent",
+            [](Device& d) {
+                std::size_t key = 0;
+                const uint64_t record = recordOf(d, u"tool", fileRecord, &key);
+                giveParent(d, record, key, recordIn<CatalogFile>(d, recordOf(d, u"alias")).fileID);
+            },
+            "its parent is no folder"},
+        {"an unknown record", inFile("tool", [](auto& f) { f.recordType = uint16_t{9}; }),
+            "the unknown type 9"},
+        {"a file that calls itself a folder",
+            inFile("tool", [](auto& f) { f.recordType = folderRecord; }), "the wrong length"},
+        {"a flag of other volumes",
+            inFolder("empty", [](auto& f) { f.flags = recordHasFolderCount; }),
+            "the flag of folder counts"},
+        {"a count of other volumes", inFolder("empty", [](auto& f) { f.folderCount = 3U; }),
+            "its folder count is wrong"},
+        {"links of a shared file",
+            [](Device& d) {
+                const auto content = Volume(d).find("linked.plist")->contentID;
+                patchFile(d, "iNode" + std::to_string(content),
+                    [](CatalogFile& file) { file.permissions.special = 5U; });
+            },
+            "number of links: 5, should be 2"},
+        {"an attribute of nobody", inFile("nothing", [](auto& f) { f.fileID = 5000U; }),
+            "belongs to the missing id"},
         {"a thread's type", inThread("tool", [](auto& t) { t.recordType = folderThreadRecord; }),
             "thread is of the wrong type"},
         {"a composed name", [](Device& d) { replaceName(d, u"cafe\u0301/1", u"caf\u00E9/11"); },
@@ -258,6 +419,46 @@ TEST(VolumeChecker, MistakesInForksAreReported)
                     f.dataFork.extents[3] = {uint32_t{1}, uint32_t{1}};
                 }),
             "follows an unused one"},
+        {"further extents of no file", withExtents(5000, dataForkType),
+            "record of file 5000 at block 8 belongs to no fork"},
+        {"further extents of an unknown fork", withExtents(5000, 7), "fork of an unknown type"},
+        {"further extents cut short", withExtents(5000, dataForkType, 60), "has the wrong length"},
+    });
+}
+
+TEST(VolumeChecker, MistakesInAttributesAreReported)
+{
+    const char* const small = "com.example.small";
+    const auto withType = [](uint32_t type) {
+        return [type](Device& device, uint64_t record, std::size_t) {
+            patchRecord<be32>(device, record, [&](be32& stored) { stored = type; });
+        };
+    };
+    expectFindings({
+        {"unknown type", inAttribute(small, withType(0x99)), "the unknown type 153"},
+        {"extents of nothing", inAttribute(small, withType(attributeExtents)),
+            "don't go on with it"},
+        {"size",
+            inAttribute(small,
+                [](Device& device, uint64_t record, std::size_t) {
+                    patchRecord<AttributeInlineHead>(
+                        device, record, [](auto& head) { head.size = 40U; });
+                }),
+            "its size is 40, but its record has"},
+        {"start",
+            inAttribute(small,
+                [](Device& device, uint64_t record, std::size_t key) {
+                    patchRecord<AttributeKeyHead>(
+                        device, record - key, [](auto& head) { head.startBlock = 1U; });
+                }),
+            "starts more than once"},
+        {"2^40 bytes in a few blocks",
+            inAttribute("com.example.large",
+                [](Device& device, uint64_t record, std::size_t) {
+                    patchRecord<AttributeForkRecord>(device, record,
+                        [](auto& value) { value.fork.logicalSize = uint64_t{1} << 40; });
+                }),
+            "incorrect size: 1099511627776 bytes"},
     });
 }
 
