@@ -17,20 +17,20 @@ constexpr int intoWork = 60;
 
 } // namespace
 
-Tour::Tour(const Home& home, const QString& folder)
+Tour::Tour(const Home& home, const QString& folder, const QSize& size)
     : m_home(home)
     , m_visitor(folder)
-    , m_defaults(home.file(u"defaults.plist"_s))
+    , m_defaults(home.file(u".config/defaults.plist"_s))
     , m_settings(m_defaults)
     , m_services({SystemRoot(QStringLiteral(TOOLBOX_DIR), home.state()), m_defaults, m_settings,
-          Clock::system(), home.file({})})
+          Clock::system(), home.temporary()})
     , m_settingsSigning(m_services.signingHost())
     , m_settingsWindow({m_settings, m_settingsSigning, m_services.tools(),
                            [this] { return m_services.clearCache(); }},
-          home.file(u"windows.ini"_s))
+          home.file(u".config/windows.ini"_s))
     , m_window(m_services.wizardHost([this] { m_settingsWindow.openSettingsWindow(); }), m_settings)
 {
-    m_window.resize(1200, 860);
+    m_window.resize(size);
     m_window.show();
 }
 
@@ -92,6 +92,8 @@ void Tour::work(
         Visitor::press(button);
     if (state == "finished"_L1 && step != distribution) {
         Visitor::turnFor(intoWork);
+        if (!m_window.wizard().isBusy())
+            Visitor::faults().append(titleOf(step) + u" has ended before its picture"_s);
         take(step, u"running"_s);
     }
     if (!Visitor::turnUntil([&] { return Visitor::sees(end); }))
@@ -113,7 +115,7 @@ void Tour::emptySteps()
 void Tour::failures()
 {
     show(assets);
-    choose(m_home.bad(), QStringLiteral(SAMPLES_DIR "/background.png"));
+    choose(m_home.bad(), m_home.background());
     Visitor::turnFor(4 * toSettle);
     take(assets, u"failed"_s);
     show(appSigning);
@@ -124,7 +126,7 @@ void Tour::failures()
     work(appNotarization, u"Zip & Notarize Application"_s, u"❌"_s, u"failed"_s);
     show(build);
     Visitor::press(u"Build DMG"_s);
-    Visitor::confirmFile(m_home.file(u"Broken 1.0.dmg"_s));
+    Visitor::confirmFile(m_home.file(u"Desktop/Broken 1.0.dmg"_s));
     work(build, {}, u"Error"_s, u"failed"_s);
     chooseImage(m_home.badImage());
     show(signing);
@@ -143,10 +145,9 @@ void Tour::failures()
 void Tour::wholeWay()
 {
     show(assets);
-    choose(m_home.good(), QStringLiteral(SAMPLES_DIR "/background.png"));
-    if (!Visitor::turnUntil([] { return Visitor::sees(u"Checking"_s); }))
+    choose(m_home.good(), m_home.background());
+    if (!Visitor::atFirstSight(u"Checking"_s, [this] { take(assets, u"running"_s); }))
         Visitor::faults().append(u"no inspection runs"_s);
-    take(assets, u"running"_s);
     Visitor::turnFor(4 * toSettle);
     take(assets, u"filled"_s);
 
@@ -158,9 +159,9 @@ void Tour::wholeWay()
     take(appNotarization, u"filled"_s);
     work(appNotarization, u"Zip & Notarize Application"_s, u"Notarized & Stapled"_s, u"finished"_s);
     show(assets);
-    choose(m_home.bad(), QStringLiteral(SAMPLES_DIR "/background.png"));
+    choose(m_home.bad(), m_home.background());
     Visitor::turnFor(toSettle);
-    choose(m_home.good(), QStringLiteral(SAMPLES_DIR "/background.png"));
+    choose(m_home.good(), m_home.background());
     Visitor::turnFor(6 * toSettle);
     take(assets, u"finished"_s);
     show(configuration);
@@ -171,7 +172,7 @@ void Tour::wholeWay()
     show(build);
     take(build, u"filled"_s);
     Visitor::press(u"Build DMG"_s);
-    Visitor::confirmFile(m_home.file(u"Hello Vandor 1.0.dmg"_s));
+    Visitor::confirmFile(m_home.file(u"Desktop/Hello Vandor 1.0.dmg"_s));
     Visitor::turnFor(3 * toSettle);
     work(build, {}, u"DMG Created Successfully!"_s, u"finished"_s);
     show(signing);
@@ -183,9 +184,8 @@ void Tour::wholeWay()
     Visitor::press(u"Notarize & Staple"_s);
     Visitor::turnFor(intoWork);
     take(notarization, u"running"_s);
-    if (!Visitor::turnUntil([] { return Visitor::sees(u"Verifying..."_s); }))
+    if (!Visitor::atFirstSight(u"Verifying..."_s, [this] { take(distribution, u"running"_s); }))
         Visitor::faults().append(u"the image is never verified"_s);
-    take(distribution, u"running"_s);
     work(distribution, {}, u"Ready for Distribution!"_s, u"finished"_s);
     show(notarization);
     take(notarization, u"finished"_s);

@@ -16,7 +16,8 @@ class Home;
 /// settings.
 class Tour {
 public:
-    Tour(const Home& home, const QString& folder);
+    /// `size` is the wizard's window's, in points.
+    Tour(const Home& home, const QString& folder, const QSize& size);
 
     void run();
 

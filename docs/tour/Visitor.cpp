@@ -45,6 +45,34 @@ Widget* find(const QString& name)
     return found;
 }
 
+/// Looks between every two events, so that not even what is there for a moment is missed.
+class Watch : public QObject {
+public:
+    explicit Watch(QString text, std::function<void()> act)
+        : m_text(std::move(text))
+        , m_act(std::move(act))
+    {
+        qApp->installEventFilter(this);
+    }
+
+    bool hasSeen() const { return m_hasSeen; }
+
+protected:
+    bool eventFilter(QObject*, QEvent*) override
+    {
+        if (!m_hasSeen && Visitor::sees(m_text)) {
+            m_hasSeen = true;
+            m_act();
+        }
+        return false;
+    }
+
+private:
+    QString m_text;
+    std::function<void()> m_act;
+    bool m_hasSeen = false;
+};
+
 } // namespace
 
 Visitor::Visitor(QString folder)
@@ -76,6 +104,12 @@ void Visitor::turnFor(int milliseconds)
     QElapsedTimer time;
     time.start();
     turnUntil([&] { return time.elapsed() >= milliseconds; });
+}
+
+bool Visitor::atFirstSight(const QString& text, const std::function<void()>& act)
+{
+    const Watch watch(text, act);
+    return turnUntil([&] { return watch.hasSeen(); });
 }
 
 void Visitor::take(QWidget& window, const QString& name)

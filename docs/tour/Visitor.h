@@ -15,6 +15,9 @@ public:
     /// Turns the main loop until `done`; false after two minutes.
     static bool turnUntil(const std::function<bool()>& done);
     static void turnFor(int milliseconds);
+    /// Turns the main loop and acts as soon as something in view says so, before anything else
+    /// happens; false when it never does.
+    static bool atFirstSight(const QString& text, const std::function<void()>& act);
 
     /// Writes FOLDER/NAME.png as the window is now.
     void take(QWidget& window, const QString& name);

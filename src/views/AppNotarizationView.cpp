@@ -5,6 +5,7 @@
 #include "platform/MainQueue.h"
 #include "views/Buttons.h"
 #include "views/Card.h"
+#include "views/Field.h"
 #include "views/Labels.h"
 #include "views/LogView.h"
 #include "views/StatusBadge.h"
@@ -40,15 +41,13 @@ AppNotarizationView::AppNotarizationView(
     auto* credentials = new Card(u"Notary Credentials"_s);
     m_profile->setAccessibleName(u"Keychain Profile Name"_s);
     connect(m_profile, &QLineEdit::textEdited, &m_manager, &NotarizationState::setProfileName);
-    credentials->add(
-        makeLabel(u"Keychain Profile Name"_s, Theme::Type::caption, Theme::Colour::secondary));
     auto* row = new QHBoxLayout;
+    row->setSpacing(Theme::Space::medium);
     row->addWidget(m_profile, 1);
     m_start->setAccessibleName(u"Zip & Notarize Application"_s);
     connect(m_start, &QPushButton::clicked, this, &AppNotarizationView::notarize);
     row->addWidget(m_start);
-    credentials->add(row);
-    credentials->add(new HelperText(
+    credentials->add(new Field(u"Keychain Profile Name"_s, row,
         u"Use the name of a Keychain Profile created with `xcrun notarytool store-credentials`."_s));
     content()->addWidget(credentials);
 

@@ -23,6 +23,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int verdictEdge = 34; // of the symbol
+
 QString expandTilde(const QString& path)
 {
     if (path == "~"_L1 || path.startsWith("~/"_L1))
@@ -124,14 +126,15 @@ QWidget* BuildView::makeCompletionCard(const Actions& actions)
     auto* card = new Card;
     auto* heading = new QHBoxLayout;
     heading->setSpacing(Theme::Space::medium);
-    heading->addWidget(new SymbolLabel(u"checkmark.circle.fill"_s, Theme::Colour::green, 34));
+    heading->addWidget(
+        new SymbolLabel(u"checkmark.circle.fill"_s, Theme::Colour::green, verdictEdge));
     auto* texts = new QVBoxLayout;
     texts->setSpacing(0);
     texts->addWidget(makeLabel(u"DMG Created Successfully!"_s, Theme::Type::headline));
     texts->addWidget(new HelperText(u"Build Another or View Logs"_s));
     heading->addLayout(texts, 1);
     card->add(heading);
-    card->add(new ImageRow(m_job));
+    card->add(new ImageRow(m_job, verdictEdge));
 
     auto* buttons = new QHBoxLayout;
     QPushButton* open = makeButton(u"Open Folder"_s, ButtonKind::secondary, u"folder"_s);

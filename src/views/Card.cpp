@@ -13,12 +13,17 @@ Card::Card(const QString& title, const QString& caption, QWidget* parent)
     m_content->setContentsMargins(
         Theme::Space::large, Theme::Space::large - 4, Theme::Space::large, Theme::Space::large - 2);
     m_content->setSpacing(Theme::Space::medium);
+    if (title.isEmpty() && caption.isEmpty())
+        return;
+    auto* heading = new QVBoxLayout;
+    heading->setSpacing(Theme::Space::tight);
     if (!title.isEmpty()) {
         setAccessibleName(title);
-        m_content->addWidget(makeLabel(title, Theme::Type::headline));
+        heading->addWidget(makeLabel(title, Theme::Type::headline));
     }
     if (!caption.isEmpty())
-        m_content->addWidget(new HelperText(caption));
+        heading->addWidget(new HelperText(caption));
+    m_content->addLayout(heading);
 }
 
 void Card::add(QWidget* widget)

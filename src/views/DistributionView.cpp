@@ -17,6 +17,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int statusEdge = 52; // of the symbol
+
 struct Answer {
     QString symbol;
     QString text;
@@ -95,8 +97,8 @@ QWidget* DistributionView::makeStatusCard(std::function<void()> resetAction)
 {
     auto* card = new Card;
     auto* row = new QHBoxLayout;
-    row->setSpacing(Theme::Space::large);
-    m_statusSymbol = new SymbolLabel({}, Theme::Colour::secondary, 52);
+    row->setSpacing(Theme::Space::medium);
+    m_statusSymbol = new SymbolLabel({}, Theme::Colour::secondary, statusEdge);
     row->addWidget(m_statusSymbol);
     auto* texts = new QVBoxLayout;
     texts->setSpacing(Theme::Space::tight);
@@ -111,7 +113,7 @@ QWidget* DistributionView::makeStatusCard(std::function<void()> resetAction)
     connect(fresh, &QPushButton::clicked, this, std::move(resetAction));
     row->addWidget(fresh);
     card->add(row);
-    card->add(new ImageRow(m_job));
+    card->add(new ImageRow(m_job, statusEdge));
     return card;
 }
 

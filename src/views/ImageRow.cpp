@@ -11,7 +11,7 @@
 
 using namespace Qt::StringLiterals;
 
-ImageRow::ImageRow(ConfigWrapper& job, QWidget* parent)
+ImageRow::ImageRow(ConfigWrapper& job, int symbolColumn, QWidget* parent)
     : QWidget(parent)
     , m_job(job)
     , m_name(new ElidedLabel(Theme::Type::body))
@@ -25,7 +25,11 @@ ImageRow::ImageRow(ConfigWrapper& job, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(Theme::Space::medium);
-    layout->addWidget(new SymbolLabel(u"arrow.down.doc"_s, Theme::Colour::secondary, 24));
+    const int inset = (symbolColumn - narrowestColumn) / 2;
+    layout->addSpacing(inset);
+    layout->addWidget(
+        new SymbolLabel(u"arrow.down.doc"_s, Theme::Colour::secondary, narrowestColumn));
+    layout->addSpacing(inset);
     layout->addLayout(texts, 1);
     auto* copy = new SymbolButton(u"doc.on.clipboard"_s, u"Copy Path"_s);
     connect(copy, &QPushButton::clicked, this, [this] {

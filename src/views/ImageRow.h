@@ -9,10 +9,14 @@ class ElidedLabel;
 class ImageRow : public QWidget {
     Q_OBJECT
 public:
-    /// `job` outlives this widget.
-    explicit ImageRow(ConfigWrapper& job, QWidget* parent = nullptr);
+    /// `job` outlives this widget. `symbolColumn`, in points, is as wide as the symbols of the rows
+    /// above, so that the texts stand in one line.
+    explicit ImageRow(
+        ConfigWrapper& job, int symbolColumn = narrowestColumn, QWidget* parent = nullptr);
 
 private:
+    static constexpr int narrowestColumn = 24;
+
     void refresh();
 
     ConfigWrapper& m_job;

@@ -25,12 +25,11 @@ NotarizationSettingsPage::NotarizationSettingsPage(
         u"Store your notarization credentials securely in the System Keychain."_s);
     m_profile = addField(*card, u"Profile Name"_s, u"VandorDMG-Profile"_s);
     m_appleID = addField(*card, u"Apple ID"_s, u"developer@example.com"_s);
-    m_teamID = addField(*card, u"Team ID"_s, {});
-    card->add(new HelperText(u"Your 10-character Team ID from Apple Developer Account."_s));
-    m_password = addField(*card, u"App-Specific Password"_s, u"xxxx-xxxx-xxxx-xxxx"_s);
+    m_teamID = addField(
+        *card, u"Team ID"_s, {}, u"Your 10-character Team ID from Apple Developer Account."_s);
+    m_password = addField(*card, u"App-Specific Password"_s, u"xxxx-xxxx-xxxx-xxxx"_s,
+        u"Create one at account.apple.com under Sign-In and Security. This is NOT saved in the app, but stored securely in the Keychain via xcrun."_s);
     m_password->setEchoMode(QLineEdit::Password);
-    card->add(new HelperText(
-        u"Create one at account.apple.com under Sign-In and Security. This is NOT saved in the app, but stored securely in the Keychain via xcrun."_s));
 
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(m_verify);

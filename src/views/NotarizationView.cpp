@@ -4,6 +4,7 @@
 #include "notarization/NotarizationManager.h"
 #include "views/Buttons.h"
 #include "views/Card.h"
+#include "views/Field.h"
 #include "views/ImageRow.h"
 #include "views/Labels.h"
 #include "views/LogView.h"
@@ -32,16 +33,15 @@ NotarizationView::NotarizationView(
     content()->addWidget(status);
 
     auto* profile = new Card(u"Keychain Profile"_s);
-    profile->add(makeLabel(u"Profile Name"_s, Theme::Type::caption, Theme::Colour::secondary));
     m_profile->setAccessibleName(u"Profile Name"_s);
     connect(m_profile, &QLineEdit::textEdited, &m_manager, &NotarizationState::setProfileName);
     auto* row = new QHBoxLayout;
+    row->setSpacing(Theme::Space::medium);
     row->addWidget(m_profile, 1);
     m_start->setAccessibleName(u"Notarize & Staple"_s);
     connect(m_start, &QPushButton::clicked, this, &NotarizationView::notarize);
     row->addWidget(m_start);
-    profile->add(row);
-    profile->add(new HelperText(
+    profile->add(new Field(u"Profile Name"_s, row,
         u"Use 'xcrun notarytool store-credentials \"Name\"' in Terminal to set this up."_s));
     content()->addWidget(profile);
 

@@ -3,13 +3,14 @@
 #include "model/SettingsManager.h"
 #include "platform/MainQueue.h"
 #include "views/Buttons.h"
+#include "views/Field.h"
 #include "views/FilePicker.h"
 #include "views/NumberField.h"
 #include "views/SegmentedPicker.h"
 #include "views/SettingsBlocks.h"
 #include "views/Toggle.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLineEdit>
 
@@ -59,6 +60,19 @@ QWidget* captioned(NumberField* field, const QString& caption)
     return column;
 }
 
+/// None where the application has no icon.
+QLabel* applicationIcon()
+{
+    constexpr int edge = 96;
+    const QIcon icon = QApplication::windowIcon();
+    if (icon.isNull())
+        return nullptr;
+    auto* label = new QLabel;
+    label->setFixedSize(edge, edge);
+    label->setPixmap(icon.pixmap(QSize(edge, edge), qApp->devicePixelRatio()));
+    return label;
+}
+
 } // namespace
 
 WorkflowSettingsPage::WorkflowSettingsPage(SettingsManager& settings, QWidget* parent)
@@ -69,8 +83,8 @@ WorkflowSettingsPage::WorkflowSettingsPage(SettingsManager& settings, QWidget* p
 {
     QVBoxLayout* layout = pageLayout(this);
     auto* naming = new SettingsCard(u"Naming Conventions"_s);
-    m_template = addField(*naming, u"DMG Naming Template"_s, u"${APP_NAME}_${VERSION}.dmg"_s);
-    naming->add(new HelperText(u"Available variables: ${APP_NAME}, ${VERSION}, ${DATE}"_s));
+    m_template = addField(*naming, u"DMG Naming Template"_s, u"${APP_NAME}_${VERSION}.dmg"_s,
+        u"Available variables: ${APP_NAME}, ${VERSION}, ${DATE}"_s);
     layout->addWidget(naming);
 
     auto* output = new SettingsCard(u"Output & Actions"_s);
@@ -85,10 +99,13 @@ WorkflowSettingsPage::WorkflowSettingsPage(SettingsManager& settings, QWidget* p
     row->addWidget(choose);
     output->add(new SettingsRow(u"Default Output Directory"_s, place, u"folder"_s));
     output->add(new DividerRow);
-    output->add(new SettingsRow(
+    auto* skip = new QVBoxLayout;
+    skip->setSpacing(Theme::Space::tight);
+    skip->addWidget(new SettingsRow(
         u"Source is already Signed & Notarized"_s, m_skip, u"checkmark.seal.fill"_s));
-    output->add(new HelperText(
+    skip->addWidget(new HelperText(
         u"Enable this if you are importing .app bundles already signed and notarized via Xcode. This will skip Steps 2 & 3 in the build wizard."_s));
+    output->add(skip);
     layout->addWidget(output);
     layout->addStretch();
 
@@ -128,9 +145,7 @@ BuildSettingsPage::BuildSettingsPage(SettingsManager& settings, QWidget* parent)
 {
     QVBoxLayout* layout = pageLayout(this);
     auto* strategy = new SettingsCard(u"Compression Strategy"_s);
-    strategy->add(makeLabel(u"Default Algorithm"_s, Theme::Type::body));
-    strategy->add(m_compression);
-    strategy->add(new HelperText(
+    strategy->add(new Field(u"Default Algorithm"_s, m_compression,
         u"UDZO is best for compatibility. ULFO is faster but requires newer macOS versions."_s));
     layout->addWidget(strategy);
 
@@ -206,17 +221,28 @@ QCoro::Task<> EnvironmentSettingsPage::clearing(
 AboutSettingsPage::AboutSettingsPage(SettingsManager& settings, QWidget* parent)
     : QWidget(parent)
 {
-    QVBoxLayout* layout = pageLayout(this);
-    layout->setSpacing(Theme::Space::small);
-    layout->addWidget(makeLabel(u"Vandor DMG"_s, Theme::Type::hugeTitle));
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(Theme::Space::tight);
+    texts->addWidget(makeLabel(u"Vandor DMG"_s, Theme::Type::hugeTitle));
     const QString version = QCoreApplication::applicationVersion();
     const QVariant build = QCoreApplication::instance()->property("buildNumber");
-    layout->addWidget(makeLabel(u"Version %1 (%2)"_s.arg(version.isEmpty() ? u"1.0.0"_s : version,
-                                    build.isValid() ? build.toString() : u"1"_s),
+    texts->addWidget(makeLabel(u"Version %1 (%2)"_s.arg(version.isEmpty() ? u"1.0.0"_s : version,
+                                   build.isValid() ? build.toString() : u"1"_s),
         Theme::Type::body, Theme::Colour::secondary));
     QLabel* count = makeLabel({}, Theme::Type::body);
-    layout->addWidget(count);
+    texts->addWidget(count);
+
+    auto* row = new QHBoxLayout;
+    row->setSpacing(Theme::Space::large);
+    if (QLabel* icon = applicationIcon())
+        row->addWidget(icon);
+    row->addLayout(texts, 1);
+    auto* card = new SettingsCard;
+    card->add(row);
+    QVBoxLayout* layout = pageLayout(this);
+    layout->addWidget(card);
     layout->addStretch();
+
     const auto refresh = [count, &settings] {
         count->setText(u"%1 DMGs Created"_s.arg(settings.totalBuilds()));
     };

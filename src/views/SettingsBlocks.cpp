@@ -1,5 +1,6 @@
 #include "views/SettingsBlocks.h"
 
+#include "views/Field.h"
 #include "views/Symbol.h"
 
 #include <QHBoxLayout>
@@ -32,12 +33,12 @@ void DividerRow::paintEvent(QPaintEvent*)
     QPainter(this).fillRect(rect(), Theme::Colour::border);
 }
 
-QLineEdit* addField(SettingsCard& card, const QString& name, const QString& placeholder)
+QLineEdit* addField(
+    SettingsCard& card, const QString& name, const QString& placeholder, const QString& hint)
 {
     auto* field = new QLineEdit;
     field->setAccessibleName(name);
     field->setPlaceholderText(placeholder);
-    card.add(makeLabel(name, Theme::Type::caption, Theme::Colour::secondary));
-    card.add(field);
+    card.add(new Field(name, field, hint));
     return field;
 }

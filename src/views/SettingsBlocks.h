@@ -31,5 +31,7 @@ protected:
 
 class QLineEdit;
 
-/// A text field with its name above it and, where there is one, an example in it.
-QLineEdit* addField(SettingsCard& card, const QString& name, const QString& placeholder);
+/// A text field with its name above it and, where there are such, an example in it and a hint
+/// below.
+QLineEdit* addField(
+    SettingsCard& card, const QString& name, const QString& placeholder, const QString& hint = {});

@@ -32,6 +32,14 @@ QSize SideRow::sizeHint() const
     return {200, 38};
 }
 
+void SideRow::focusInEvent(QFocusEvent* event)
+{
+    const Qt::FocusReason reason = event->reason();
+    if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
+        m_showsFocus = reason != Qt::MouseFocusReason;
+    QAbstractButton::focusInEvent(event);
+}
+
 void SideRow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -42,7 +50,7 @@ void SideRow::paintEvent(QPaintEvent*)
         painter.setBrush(isChecked() ? Theme::Colour::raised : Theme::Colour::card);
         painter.drawRoundedRect(ground, Theme::Radius::control, Theme::Radius::control);
     }
-    if (hasFocus()) {
+    if (hasFocus() && m_showsFocus) {
         painter.setBrush(Qt::NoBrush);
         painter.setPen(Theme::Colour::accentInk);
         painter.drawRoundedRect(ground, Theme::Radius::control, Theme::Radius::control);
@@ -50,7 +58,7 @@ void SideRow::paintEvent(QPaintEvent*)
 
     constexpr int symbolEdge = 20;
     if (!isEnabled())
-        painter.setOpacity(0.5);
+        painter.setOpacity(0.65);
     const QColor ink = isEnabled() ? Theme::Colour::text : Theme::Colour::secondary;
     const QRectF symbol(8, (height() - symbolEdge) / 2.0, symbolEdge, symbolEdge);
     painter.drawPixmap(symbol.toRect(),

@@ -16,11 +16,13 @@ public:
     QSize sizeHint() const override;
 
 protected:
+    void focusInEvent(QFocusEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     QString m_symbol;
     QString m_caption;
+    bool m_showsFocus = false; // only where keys have led here
 };
 
 /// The rows of a sidebar, of which one is current. The arrow keys go from row to row.

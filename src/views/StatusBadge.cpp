@@ -4,12 +4,19 @@
 
 #include <QPainter>
 
+namespace {
+
+constexpr QMargins padding(26, 4, 14, 4); // with the dot at the left
+constexpr double roundest = 13;
+
+} // namespace
+
 StatusBadge::StatusBadge(QWidget* parent)
     : QLabel(parent)
 {
     setTextFormat(Qt::PlainText);
     setWordWrap(true);
-    setContentsMargins(22, 4, 12, 4);
+    setContentsMargins(padding);
     setTextInteractionFlags(Qt::TextSelectableByMouse);
 }
 
@@ -22,17 +29,27 @@ void StatusBadge::setStatus(const QString& text, const QColor& colour)
     update();
 }
 
+/// The ground hugs the text, however wide the row is.
+QRectF StatusBadge::ground() const
+{
+    const QRect words = fontMetrics().boundingRect(
+        contentsRect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap, text());
+    const QRectF around(words.marginsAdded(padding));
+    return {0, (height() - around.height()) / 2, qMin<double>(around.width(), width()),
+        around.height()};
+}
+
 void StatusBadge::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor ground = m_colour;
-    ground.setAlphaF(0.12F);
+    QColor tint = m_colour;
+    tint.setAlphaF(0.12F);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(ground);
-    painter.drawRoundedRect(rect(), Theme::Radius::control, Theme::Radius::control);
+    painter.setBrush(tint);
+    painter.drawRoundedRect(ground(), roundest, roundest);
     painter.setBrush(m_colour);
-    painter.drawEllipse(QPointF(12, height() / 2.0), 3.5, 3.5);
+    painter.drawEllipse(QPointF(14, height() / 2.0), 3.5, 3.5);
     painter.end();
     QLabel::paintEvent(event);
 }

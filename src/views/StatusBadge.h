@@ -16,5 +16,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    QRectF ground() const;
+
     QColor m_colour;
 };

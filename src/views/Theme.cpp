@@ -96,6 +96,7 @@ QPushButton[kind="segment"]:checked { background: @raisedHover; color: @text; }
 QPushButton[kind="segment"]:focus { border: 1px solid @accentInk; }
 QLineEdit, QComboBox { background: @field; color: @text; border: 1px solid @border;
     border-radius: 7px; padding: 6px 9px; min-height: 18px; selection-background-color: @accent; }
+QComboBox { padding-left: 11px; }
 QLineEdit:focus, QComboBox:focus { border: 1px solid @accentInk; }
 QLineEdit:disabled, QComboBox:disabled { color: #6b7283; }
 QComboBox::drop-down { border: none; width: 22px; }
@@ -117,7 +118,8 @@ QScrollBar::handle { background: #474e60; border-radius: 3px; min-height: 28px; 
 QScrollBar::handle:hover { background: #5d657a; }
 QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
 QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
-QMenuBar { background: @sidebar; color: @text; }
+QMenuBar { background: @sidebar; color: @text; padding: 3px 4px; }
+QMenuBar::item { padding: 5px 8px; border-radius: 6px; }
 QMenuBar::item:selected, QMenu::item:selected { background: @accent; color: white; }
 QMenu { background: @raised; color: @text; border: 1px solid @border; padding: 4px; }
 QMenu::item { padding: 5px 22px; }

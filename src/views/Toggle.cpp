@@ -21,7 +21,7 @@ Toggle::Toggle(const QString& name, QWidget* parent)
 
 QSize Toggle::sizeHint() const
 {
-    return {46, 28};
+    return {44, 28};
 }
 
 void Toggle::glide(bool on)
@@ -43,7 +43,7 @@ void Toggle::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF track = QRectF(rect()).adjusted(3, 3, -3, -3);
+    const QRectF track = QRectF(rect()).adjusted(1, 3, -1, -3);
     const double radius = track.height() / 2;
     painter.setPen(Qt::NoPen);
     painter.setBrush(isChecked() ? Theme::Colour::accent : Theme::Colour::border);
@@ -54,7 +54,7 @@ void Toggle::paintEvent(QPaintEvent*)
         track.left() + 2 + m_place * (track.width() - knob - 4), track.top() + 2, knob, knob));
     if (hasFocus()) {
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(Theme::Colour::accentInk, 1.5));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), radius + 2, radius + 2);
+        painter.setPen(QPen(isChecked() ? Theme::Colour::text : Theme::Colour::accentInk, 2));
+        painter.drawRoundedRect(track, radius, radius);
     }
 }

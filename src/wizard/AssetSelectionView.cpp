@@ -101,7 +101,7 @@ AssetSelectionView::Shelf AssetSelectionView::makeShelf(const QString& title)
     auto* strip = new QWidget;
     shelf.row = new QHBoxLayout(strip);
     shelf.row->setContentsMargins(0, 0, 0, 0);
-    shelf.row->setSpacing(Theme::Space::small);
+    shelf.row->setSpacing(2 * Theme::Space::small);
     shelf.row->addStretch();
     auto* scroll = new QScrollArea;
     scroll->setWidgetResizable(true);

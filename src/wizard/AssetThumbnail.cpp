@@ -11,8 +11,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr QRectF picturePlace(4, 4, 132, 88);
-constexpr QSize whole(140, 120);
+constexpr QRectF picturePlace(0, 2, 132, 88);
+constexpr QSize whole(132, 118);
+constexpr QRect removalPlace(102, 4, 28, 28);
 
 /// The largest piece out of the picture's middle that has the place's shape.
 QRectF pieceFor(const QSizeF& picture, const QSizeF& place)
@@ -27,6 +28,7 @@ QRectF pieceFor(const QSizeF& picture, const QSizeF& place)
 AssetThumbnail::AssetThumbnail(const QUrl& url, bool isRemovable, QWidget* parent)
     : QAbstractButton(parent)
     , m_url(url)
+    , m_isRemovable(isRemovable)
 {
     setFixedSize(whole);
     setFocusPolicy(Qt::StrongFocus);
@@ -43,7 +45,7 @@ AssetThumbnail::AssetThumbnail(const QUrl& url, bool isRemovable, QWidget* paren
     if (isRemovable) {
         auto* remove = new SymbolButton(u"xmark.circle.fill"_s, u"Remove"_s, this);
         remove->setAccessibleName(u"Remove "_s + url.fileName());
-        remove->setGeometry(whole.width() - 30, 6, 24, 24);
+        remove->setGeometry(removalPlace);
         connect(remove, &QPushButton::clicked, this, &AssetThumbnail::removalAsked);
     }
 }
@@ -89,10 +91,20 @@ void AssetThumbnail::paintEvent(QPaintEvent*)
         painter.drawPixmap(picturePlace.topLeft(), picture());
         painter.restore();
     }
+    if (m_isRemovable) { // the symbol is light, and so may be the picture
+        constexpr double radius = 10;
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Theme::Colour::window);
+        painter.drawEllipse(QRectF(removalPlace).center(), radius, radius);
+    }
     painter.setBrush(Qt::NoBrush);
     if (m_isSelected || hasFocus()) {
-        painter.setPen(QPen(m_isSelected ? Theme::Colour::accentInk : Theme::Colour::secondary, 3));
-        painter.drawPath(outline);
+        constexpr double line = 3;
+        const double inset = line / 2;
+        painter.setPen(
+            QPen(m_isSelected ? Theme::Colour::accentInk : Theme::Colour::secondary, line));
+        painter.drawRoundedRect(picturePlace.adjusted(inset, inset, -inset, -inset),
+            Theme::Radius::control - inset, Theme::Radius::control - inset);
     } else if (underMouse()) {
         painter.setPen(QPen(Theme::Colour::secondary, 1));
         painter.drawPath(outline);
@@ -100,7 +112,7 @@ void AssetThumbnail::paintEvent(QPaintEvent*)
 
     painter.setFont(Theme::font(Theme::Type::caption));
     painter.setPen(m_isSelected ? Theme::Colour::text : Theme::Colour::secondary);
-    const QRectF name(4, picturePlace.bottom() + 6, picturePlace.width(), 18);
+    const QRectF name(picturePlace.left(), picturePlace.bottom() + 6, picturePlace.width(), 18);
     painter.drawText(name, Qt::AlignHCenter | Qt::AlignTop,
         painter.fontMetrics().elidedText(
             m_url.fileName(), Qt::ElideMiddle, static_cast<int>(name.width())));

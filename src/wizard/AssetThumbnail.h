@@ -29,6 +29,7 @@ private:
     const QPixmap& picture();
 
     QUrl m_url;
+    bool m_isRemovable;
     bool m_isSelected = false;
     QImage m_source;
     QPixmap m_picture; // of the source, as it is painted

@@ -5,6 +5,7 @@
 #include "platform/Paths.h"
 #include "views/Buttons.h"
 #include "views/Card.h"
+#include "views/Field.h"
 #include "views/Labels.h"
 #include "views/NumberField.h"
 #include "views/SegmentedPicker.h"
@@ -35,6 +36,15 @@ QStringList layoutNames()
     for (const IconLayout layout : allIconLayouts)
         names.append(rawValue(layout));
     return names;
+}
+
+/// All as wide, so that the numbers stand in columns.
+QLabel* unitOf(const QString& name)
+{
+    constexpr int width = 20;
+    QLabel* label = makeLabel(name, Theme::Type::body);
+    label->setMinimumWidth(width);
+    return label;
 }
 
 QHBoxLayout* rowOf(std::initializer_list<QWidget*> widgets)
@@ -94,15 +104,13 @@ QWidget* ConfigurationView::makeForm()
     connect(m_volumeName, &QLineEdit::textEdited, this, [this](const QString& name) {
         m_job.editLater([name](DMGConfig& config) { config.volumeName = name; });
     });
-    general->add(makeLabel(u"Volume Name"_s, Theme::Type::caption, Theme::Colour::secondary));
-    general->add(m_volumeName);
+    general->add(new Field(u"Volume Name"_s, m_volumeName));
     m_layout = new SegmentedPicker(u"Layout Preset"_s, layoutNames());
     connect(m_layout, &SegmentedPicker::chosen, this, [this](int index) {
         const IconLayout chosen = allIconLayouts[static_cast<size_t>(index)];
         m_job.editLater([chosen](DMGConfig& config) { config.chooseArrangement(chosen); });
     });
-    general->add(makeLabel(u"Layout Preset"_s, Theme::Type::caption, Theme::Colour::secondary));
-    general->add(m_layout);
+    general->add(new Field(u"Layout Preset"_s, m_layout));
     layout->addWidget(general);
 
     auto* window = new Card(u"Window Dimensions"_s);
@@ -112,8 +120,7 @@ QWidget* ConfigurationView::makeForm()
         [](DMGConfig& config, double value) { config.resizeHeight(static_cast<qint64>(value)); });
     for (NumberField* side : {m_width, m_height})
         side->setRange(1, largestCoordinate);
-    window->add(rowOf({makeLabel(u"W:"_s, Theme::Type::body), m_width,
-        makeLabel(u"H:"_s, Theme::Type::body), m_height}));
+    window->add(rowOf({unitOf(u"W:"_s), m_width, unitOf(u"H:"_s), m_height}));
     layout->addWidget(window);
 
     auto* icons = new Card(u"Icon Layout"_s);
@@ -213,14 +220,9 @@ ConfigurationView::Slider ConfigurationView::makeSlider(
     return made;
 }
 
-QLayout* ConfigurationView::coordinates(const QString& title, NumberField* x, NumberField* y)
+QWidget* ConfigurationView::coordinates(const QString& title, NumberField* x, NumberField* y)
 {
-    auto* column = new QVBoxLayout;
-    column->setSpacing(Theme::Space::tight);
-    column->addWidget(makeLabel(title, Theme::Type::caption, Theme::Colour::secondary));
-    column->addLayout(
-        rowOf({makeLabel(u"X"_s, Theme::Type::body), x, makeLabel(u"Y"_s, Theme::Type::body), y}));
-    return column;
+    return new Field(title, rowOf({unitOf(u"X"_s), x, unitOf(u"Y"_s), y}));
 }
 
 void ConfigurationView::refresh()

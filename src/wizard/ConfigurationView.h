@@ -42,7 +42,7 @@ private:
     NumberField* makeNumber(const QString& name, std::function<void(DMGConfig&, double)> change);
     Slider makeSlider(const QString& name, int first, int last, int step,
         std::function<void(DMGConfig&, int)> change);
-    QLayout* coordinates(const QString& title, NumberField* x, NumberField* y);
+    QWidget* coordinates(const QString& title, NumberField* x, NumberField* y);
     void refresh();
 
     ConfigWrapper& m_job;

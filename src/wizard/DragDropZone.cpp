@@ -4,6 +4,7 @@
 #include "platform/MainQueue.h"
 #include "platform/Pasteboard.h"
 #include "platform/Paths.h"
+#include "platform/PictureLoader.h"
 #include "views/Buttons.h"
 #include "views/FilePicker.h"
 #include "views/Labels.h"
@@ -24,6 +25,18 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int pictureEdge = 64;
+
+/// With a light edge, as a print has, so that dark pictures stand out, too.
+QImage framed(const QImage& picture)
+{
+    QImage print = picture.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const double line = qMax(1, print.width() / 40);
+    QPainter painter(&print);
+    painter.setPen(QPen(Qt::white, line, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+    const double inset = line / 2;
+    painter.drawRect(QRectF(print.rect()).adjusted(inset, inset, -inset, -inset));
+    return print;
+}
 
 } // namespace
 
@@ -69,6 +82,7 @@ QWidget* DragDropZone::makeFilledPage()
     layout->setAlignment(Qt::AlignCenter);
     m_picture = new QLabel;
     m_picture->setFixedSize(pictureEdge, pictureEdge);
+    m_picture->setAlignment(Qt::AlignCenter);
     layout->addWidget(m_picture, 0, Qt::AlignHCenter);
 
     m_name = new ElidedLabel(Theme::Type::headline);
@@ -104,14 +118,30 @@ void DragDropZone::setFileURL(const std::optional<QUrl>& location)
     m_fileURL = location;
     m_pages->setCurrentIndex(location ? 1 : 0);
     if (location) {
-        const QString path = pathOf(*location);
-        const double ratio = devicePixelRatioF();
-        QPixmap picture = QPixmap::fromImage(m_icons.picture(path, qRound(pictureEdge * ratio)));
-        picture.setDevicePixelRatio(ratio);
-        m_picture->setPixmap(picture);
-        m_name->setFullText(QFileInfo(path).fileName());
+        showPicture(*location);
+        m_name->setFullText(QFileInfo(pathOf(*location)).fileName());
     }
     update();
+}
+
+/// The file's icon, and in its place, as in a file browser, the picture in small once it is read.
+void DragDropZone::showPicture(const QUrl& location)
+{
+    const double ratio = devicePixelRatioF();
+    const int pixels = qRound(pictureEdge * ratio);
+    const auto show = [label = m_picture, ratio](const QImage& image) {
+        QPixmap picture = QPixmap::fromImage(image);
+        picture.setDevicePixelRatio(ratio);
+        label->setPixmap(picture);
+    };
+    show(m_icons.picture(pathOf(location), pixels));
+    if (m_kind.takesBundles)
+        return;
+    PictureLoader::load(
+        location, QSize(pixels, pixels), this, [this, location, show](const QImage& image) {
+            if (!image.isNull() && m_fileURL == location)
+                show(framed(image));
+        });
 }
 
 void DragDropZone::browse()

@@ -50,6 +50,7 @@ private:
     QWidget* makeEmptyPage();
     QWidget* makeFilledPage();
     void browse();
+    void showPicture(const QUrl& location);
     /// On a later turn of the main loop: takes the file if it is of the right kind.
     void offer(const QUrl& location);
     void setTargeted(bool targeted);

@@ -83,7 +83,8 @@ QWidget* WizardView::makeSidebar()
     layout->setContentsMargins(
         Theme::Space::small, Theme::Space::large, Theme::Space::small, Theme::Space::medium);
     auto* header = new QHBoxLayout;
-    header->setSpacing(Theme::Space::medium);
+    header->setContentsMargins(Theme::Space::tight, 0, 0, 0); // in line with the steps' symbols
+    header->setSpacing(Theme::Space::small);
     header->addWidget(makeIcon(m_host.build.icons));
     QLabel* title = makeLabel(u"Vandor DMG"_s, Theme::Type::headline);
     QFont bold = title->font();
@@ -100,8 +101,11 @@ QWidget* WizardView::makeSidebar()
     connect(fresh, &QPushButton::clicked, this, &WizardView::reset);
     QPushButton* settings = makeButton(u"Settings"_s, ButtonKind::plain, u"gearshape.fill"_s);
     connect(settings, &QPushButton::clicked, this, m_host.openSettings);
-    layout->addWidget(fresh, 0, Qt::AlignLeft);
-    layout->addWidget(settings, 0, Qt::AlignLeft);
+    auto* footer = new QVBoxLayout;
+    footer->setContentsMargins(Theme::Space::tight, 0, 0, 0);
+    footer->addWidget(fresh, 0, Qt::AlignLeft);
+    footer->addWidget(settings, 0, Qt::AlignLeft);
+    layout->addLayout(footer);
     return sidebar;
 }
 
