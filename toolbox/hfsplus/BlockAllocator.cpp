@@ -6,6 +6,13 @@
 
 namespace hfsplus {
 
+namespace {
+
+/// A bitmap of every other block would take a thousand times its size in memory.
+constexpr std::size_t mostFreeRuns = std::size_t{1} << 22;
+
+} // namespace
+
 BlockAllocator::BlockAllocator(std::vector<std::byte> bitmap, uint32_t totalBlocks, uint32_t cursor,
     std::span<const BlockRun> frame)
     : m_bitmap(std::move(bitmap))
@@ -27,6 +34,8 @@ void BlockAllocator::findFreeRuns(uint32_t totalBlocks)
     uint32_t start = 0;
     const auto close = [&](uint32_t end) {
         if (end > start) {
+            if (m_free.size() == mostFreeRuns)
+                throw bytes::FormatError("the volume's free room is in too many pieces");
             m_free.emplace_hint(m_free.end(), start, end - start);
             m_freeBlocks += end - start;
         }

@@ -15,6 +15,7 @@ class BlockAllocator {
 public:
     /// Takes over the volume's bitmap, which must have a bit for each block; `cursor` is where
     /// the search starts. The blocks of `frame` (headers, trees) are never given out nor back.
+    /// Throws bytes::FormatError for free room in millions of pieces.
     BlockAllocator(std::vector<std::byte> bitmap, uint32_t totalBlocks, uint32_t cursor,
         std::span<const BlockRun> frame);
 

@@ -13,6 +13,28 @@ NoSpaceOnVolume::NoSpaceOnVolume(uint64_t neededBytes, uint64_t freeBytes)
     , m_freeBytes(freeBytes)
 { }
 
+bool canBeEdited(const Volume& volume)
+{
+    const VolumeHeader& header = volume.header();
+    try {
+        if (volume.usesAlternateHeader() || journalHasEntries(volume.source(), header))
+            return false;
+        const uint64_t bits =
+            volume.metadataFork(allocationFileID, header.allocationFile).size() * 8;
+        if (bits < header.totalBlocks)
+            return false;
+        ForkStore forks(header.blockSize, BlockAllocator({}, 0, 0, {}), // blocks don't matter here
+            volume.metadataFork(extentsFileID, header.extentsFile));
+        CatalogEdit(volume.metadataFork(catalogFileID, header.catalogFile), header,
+            volume.isCaseSensitive());
+        AttributesEdit(volume.metadataFork(attributesFileID, header.attributesFile), forks,
+            header.totalBlocks);
+        return true;
+    } catch (const bytes::FormatError&) {
+        return false;
+    }
+}
+
 VolumeEditor::VolumeEditor(bytes::ByteDevice& volume, std::filesystem::path folder,
     const FolderSnapshot& snapshot, EditOptions options)
     : m_volume(volume)

@@ -2,6 +2,7 @@
 
 #include "bytes/ByteDevice.h"
 #include "hfsplus/FolderChanges.h"
+#include "hfsplus/Volume.h"
 
 #include <optional>
 #include <stdexcept>
@@ -19,6 +20,10 @@ public:
 private:
     uint64_t m_neededBytes, m_freeBytes;
 };
+
+/// False when a volume can only be read: its header is damaged, its journal has entries, its bitmap
+/// is too short or a tree is out of order, so that VolumeEditor would refuse every change.
+bool canBeEdited(const Volume& volume);
 
 struct EditReport {
     uint32_t added = 0, changed = 0, removed = 0; // files, folders and links

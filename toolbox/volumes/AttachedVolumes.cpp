@@ -163,7 +163,7 @@ AttachedVolumes::Opened::Opened(const fs::path& path, const AttachOptions& optio
 
     partition.emplace(disk.disk(), facts.volume.start, facts.volume.length);
     volume.emplace(*partition);
-    facts.writable = mayWrite(disk, options.access) && !volume->usesAlternateHeader();
+    facts.writable = mayWrite(disk, options.access) && hfsplus::canBeEdited(*volume);
     facts.volumeName = volume->name();
     facts.createDate = volume->header().createDate;
 }

@@ -145,5 +145,9 @@ TEST(HostileNames, OfTwoEntriesDoNotMix)
         ASSERT_TRUE(replaceName(device, std::u16string(row.second.size(), u'z'), row.second));
         const std::string listing = laidOut(device);
         EXPECT_TRUE(listing.starts_with(row.end)) << row.name << ": " << listing;
+        // Who could change such a volume would lose the changes.
+        EXPECT_EQ(
+            canBeEdited(Volume(device)), findingsOf(device).find("order") == std::string::npos)
+            << row.name;
     }
 }

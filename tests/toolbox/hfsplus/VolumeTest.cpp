@@ -77,9 +77,11 @@ TEST(Volume, ADamagedHeaderIsReplacedByItsCopyForReading)
 {
     auto device = SampleVolume::make();
     EXPECT_FALSE(Volume(device).usesAlternateHeader());
+    EXPECT_TRUE(canBeEdited(Volume(device)));
     device.writeAt(volumeHeaderOffset, std::vector<std::byte>(sizeof(VolumeHeader)));
     const Volume volume(device);
     EXPECT_TRUE(volume.usesAlternateHeader());
+    EXPECT_FALSE(canBeEdited(volume));
     EXPECT_TRUE(volume.find("App.app/Contents/Info.plist"));
     device.writeAt(device.size() - 1024, std::vector<std::byte>(sizeof(VolumeHeader)));
     EXPECT_THROW(Volume{device}, bytes::FormatError);
