@@ -187,6 +187,9 @@ void FolderScan::scanFolder(uint32_t index)
     folder.stream = openFolder(folder.path, index == 0);
     for (std::string& hostName : namesIn(folder.stream.get(), folder.path)) {
         if (hostName.starts_with("._") && macfile::isCompanion(folder.path / hostName)) {
+            // The folder's own; where it has attributes too, both were read together.
+            if (hostName == "._." && m_objects[index].metadata == ScannedObject::none)
+                addMetadata(m_objects[index], folder.path);
             folder.companions.push_back(std::move(hostName));
             continue;
         }
@@ -237,8 +240,7 @@ try {
     object.nameStart = static_cast<uint32_t>(m_names.size());
     object.nameLength = static_cast<uint16_t>(hostName.size());
     // One call tells most files from those that have metadata at all.
-    if (object.isFolder() || folder.hasCompanion(hostName)
-        || ::llistxattr(path.c_str(), nullptr, 0) > 0)
+    if (folder.hasCompanion(hostName) || ::llistxattr(path.c_str(), nullptr, 0) > 0)
         addMetadata(object, path);
     m_names += hostName;
     m_objects.push_back(object);
