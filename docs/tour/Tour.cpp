@@ -13,7 +13,7 @@ using enum NavigationStep;
 namespace {
 
 constexpr int toSettle = 500; // milliseconds
-constexpr int intoWork = 60;
+constexpr int intoWork = 20;
 
 } // namespace
 
@@ -91,8 +91,10 @@ void Tour::work(
     if (!button.isEmpty())
         Visitor::press(button);
     if (state == "finished"_L1 && step != distribution) {
+        const auto isBusy = [&] { return m_window.wizard().isBusy(); };
+        Visitor::turnUntil([&] { return isBusy() || Visitor::sees(end); });
         Visitor::turnFor(intoWork);
-        if (!m_window.wizard().isBusy())
+        if (!isBusy())
             Visitor::faults().append(titleOf(step) + u" has ended before its picture"_s);
         take(step, u"running"_s);
     }
@@ -145,6 +147,9 @@ void Tour::failures()
 void Tour::wholeWay()
 {
     show(assets);
+    m_window.wizard().job().edit(
+        [&](DMGConfig& job) { job.backgroundURL = QUrl::fromLocalFile(m_home.background()); });
+    Visitor::turnFor(toSettle);
     choose(m_home.good(), m_home.background());
     if (!Visitor::atFirstSight(u"Checking"_s, [this] { take(assets, u"running"_s); }))
         Visitor::faults().append(u"no inspection runs"_s);
@@ -201,6 +206,32 @@ void Tour::settings()
     for (const SettingsSection section : allSettingsSections) {
         m_settings.setActiveSection(section);
         Visitor::turnFor(2 * toSettle);
-        m_visitor.take(*m_settingsWindow.window(), u"settings-"_s + rawValue(section).toLower());
+        takeSettings(section);
     }
+    results();
+}
+
+void Tour::takeSettings(SettingsSection section, const QString& state)
+{
+    m_visitor.take(
+        *m_settingsWindow.window(), u"settings-"_s + rawValue(section).toLower() + state);
+}
+
+void Tour::results()
+{
+    const auto after = [this](SettingsSection section, const QString& button, const QString& end,
+                           const QString& state) {
+        m_settings.setActiveSection(section);
+        Visitor::turnFor(toSettle);
+        Visitor::press(button);
+        if (!Visitor::turnUntil([&] { return Visitor::sees(end); }))
+            Visitor::faults().append(button + u" never says "_s + end);
+        Visitor::turnFor(toSettle);
+        takeSettings(section, state);
+    };
+    m_settings.setNotaryProfileName(u"nobody"_s);
+    after(SettingsSection::notarization, u"Verify with History"_s, u"Failed"_s, u"-failed"_s);
+    m_settings.setNotaryProfileName(u"local"_s);
+    after(SettingsSection::notarization, u"Verify with History"_s, u"Success"_s, u"-finished"_s);
+    after(SettingsSection::environment, u"Clear Cache"_s, u"left over"_s, u"-finished"_s);
 }

@@ -36,6 +36,9 @@ private:
     void failures();
     void wholeWay();
     void settings();
+    void takeSettings(SettingsSection section, const QString& state = {});
+    /// What the settings' pages say after their buttons.
+    void results();
 
     const Home& m_home;
     Visitor m_visitor;

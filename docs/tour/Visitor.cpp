@@ -7,8 +7,11 @@
 #include <QFileDialog>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -45,7 +48,8 @@ Widget* find(const QString& name)
     return found;
 }
 
-/// Looks between every two events, so that not even what is there for a moment is missed.
+/// Looks at every event, so that not even what is there for a moment is missed, and acts before
+/// the next one, when all that belongs to it is there.
 class Watch : public QObject {
 public:
     explicit Watch(QString text, std::function<void()> act)
@@ -60,16 +64,22 @@ public:
 protected:
     bool eventFilter(QObject*, QEvent*) override
     {
-        if (!m_hasSeen && Visitor::sees(m_text)) {
-            m_hasSeen = true;
-            m_act();
+        if (!m_isAbout && Visitor::sees(m_text)) {
+            m_isAbout = true;
+            QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
         }
         return false;
+    }
+    void customEvent(QEvent*) override
+    {
+        m_act();
+        m_hasSeen = true;
     }
 
 private:
     QString m_text;
     std::function<void()> m_act;
+    bool m_isAbout = false;
     bool m_hasSeen = false;
 };
 
@@ -114,8 +124,14 @@ bool Visitor::atFirstSight(const QString& text, const std::function<void()>& act
 
 void Visitor::take(QWidget& window, const QString& name)
 {
+    const QList<QWidget*> parts = window.findChildren<QWidget*>();
+    std::for_each(parts.crbegin(), parts.crend(), [](const QWidget* each) {
+        if (each->layout() != nullptr)
+            each->layout()->activate(); // from within, so that all is in its place
+    });
     const QString path = m_folder + u'/' + name + u".png"_s;
-    if (!window.grab().save(path))
+    constexpr int smallest = 0; // of file, not of picture: PNG loses nothing
+    if (!window.grab().save(path, "PNG", smallest))
         faults().append(u"can't write "_s + path);
 }
 

@@ -2,12 +2,27 @@
 
 #include "views/Theme.h"
 
-#include <QPainter>
+#include <QAbstractItemView>
+#include <QStylePainter>
 
-void ComboBox::paintEvent(QPaintEvent* event)
+void ComboBox::showPopup()
 {
-    QComboBox::paintEvent(event);
-    QPainter painter(this);
+    view()->setMinimumWidth(view()->sizeHintForColumn(0) + 2 * Theme::Space::medium);
+    QComboBox::showPopup();
+}
+
+void ComboBox::paintEvent(QPaintEvent*)
+{
+    QStylePainter painter(this);
+    QStyleOptionComboBox option;
+    initStyleOption(&option);
+    painter.drawComplexControl(QStyle::CC_ComboBox, option);
+    const QRect room =
+        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
+    option.currentText = fontMetrics().elidedText(
+        option.currentText, Qt::ElideMiddle, room.width() - Theme::Space::tight);
+    painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+
     painter.setRenderHint(QPainter::Antialiasing);
     QColor ink = Theme::Colour::secondary;
     if (!isEnabled())

@@ -2,11 +2,13 @@
 
 #include <QComboBox>
 
-/// A combo box with an arrow in the theme's own line.
+/// A combo box with an arrow in the theme's own line. What is too long for it is shortened in its
+/// middle; the list below is as wide as its longest entry.
 class ComboBox : public QComboBox {
     Q_OBJECT
 public:
     using QComboBox::QComboBox;
+    void showPopup() override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -2,15 +2,15 @@
 
 #include "views/Labels.h"
 
-#include <QHBoxLayout>
+#include <QVBoxLayout>
 
 namespace {
 
 QLayout* alone(QWidget* control)
 {
-    auto* row = new QHBoxLayout;
-    row->addWidget(control);
-    return row;
+    auto* column = new QVBoxLayout; // which leaves narrow controls at the left
+    column->addWidget(control);
+    return column;
 }
 
 } // namespace

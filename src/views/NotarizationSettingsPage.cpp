@@ -75,7 +75,7 @@ void NotarizationSettingsPage::setResult(const QString& text)
     const bool isGood = text.contains("Success"_L1) || text.contains("Verified"_L1);
     Theme::style(
         *m_result, Theme::Type::caption, isGood ? Theme::Colour::green : Theme::Colour::red);
-    m_result->setText(text);
+    m_result->setText(text.trimmed()); // a tool's output ends in a line feed
     m_result->setVisible(!text.isEmpty());
 }
 

@@ -105,6 +105,7 @@ QComboBox QAbstractItemView { background: @raised; color: @text; border: 1px sol
 QPlainTextEdit { background: @field; color: @text; border: 1px solid @border; border-radius: 7px;
     padding: 6px; selection-background-color: @accent; }
 QPlainTextEdit:focus { border: 1px solid @accentInk; }
+QSlider { min-height: 20px; }
 QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: @border; }
 QSlider::sub-page:horizontal { background: @accentInk; border-radius: 2px; }
 QSlider::handle:horizontal { background: @text; width: 16px; height: 16px; margin: -6px 0;
