@@ -68,16 +68,42 @@ Identity identityOf(const struct stat& status)
     return {status.st_dev, status.st_ino};
 }
 
+/// Files of one folder that one thread copies: handing them over one by one takes longer than a
+/// small file does.
+class Batch {
+public:
+    void add(Entry entry)
+    {
+        m_bytes += entry.status.st_size;
+        m_files.push_back(std::move(entry));
+    }
+    bool isFull() const { return m_files.size() == mostFiles || m_bytes >= enoughBytes; }
+    std::vector<Entry> take()
+    {
+        m_bytes = 0;
+        return std::exchange(m_files, {});
+    }
+
+private:
+    static constexpr size_t mostFiles = 32;
+    static constexpr off_t enoughBytes = off_t{1} << 20;
+
+    std::vector<Entry> m_files;
+    off_t m_bytes = 0;
+};
+
 class Copier {
 public:
     explicit Copier(TreeCopy::StopFlag stop)
         : m_stop(std::move(stop))
     { }
-    void copyEntry(Entry entry);
-    void finish() { m_queue.finish(); }
+    void copy(Entry entry);
 
 private:
+    void copyEntry(Entry entry, Batch& batch);
     void copyFolder(const Entry& entry);
+    void hand(Batch& batch);
+    void heedStop(const Entry& entry) const;
     void copyFile(const Entry& entry);
     void copyLink(const Entry& entry);
     bool linkToEarlierCopy(const Entry& entry);
@@ -86,15 +112,22 @@ private:
     TreeCopy::StopFlag m_stop;
     std::map<Identity, QByteArray> m_hardLinks; // the first copy of a file with several names
     std::optional<Identity> m_targetRoot;
-    // Two threads overlap one file's waits with the other's work; each queued job may hold two open
-    // folders, which bounds the queue.
-    WorkQueue m_queue{2, 64};
+    // Two threads overlap one file's waits with the other's work. Each queued job may hold a
+    // folder, those above it and their copies open, which bounds the queue.
+    WorkQueue m_queue{2, 16};
 };
 
-void Copier::copyEntry(Entry entry)
+void Copier::copy(Entry entry)
 {
-    if (m_stop && *m_stop)
-        fail(entry.path, ECANCELED);
+    Batch batch;
+    copyEntry(std::move(entry), batch);
+    hand(batch);
+    m_queue.finish();
+}
+
+void Copier::copyEntry(Entry entry, Batch& batch)
+{
+    heedStop(entry);
     if (::fstatat(
             entry.sourceFolder(), entry.sourceName.constData(), &entry.status, AT_SYMLINK_NOFOLLOW)
         != 0)
@@ -107,7 +140,7 @@ void Copier::copyEntry(Entry entry)
         fail(
             entry.path, QT_TRANSLATE_NOOP("TreeCopy", "It is neither a file, a folder nor a link"));
     else if (entry.status.st_nlink == 1)
-        m_queue.add([this, entry] { copyFile(entry); });
+        batch.add(std::move(entry));
     else if (!linkToEarlierCopy(entry)) {
         copyFile(entry); // here and now, so that later names can link to it
         m_hardLinks.emplace(identityOf(entry.status), entry.targetPath);
@@ -122,8 +155,33 @@ void Copier::copyFolder(const Entry& entry)
     std::vector<QByteArray> names;
     if (!readFolder(folder->sourceFolder(), names))
         fail(entry.path, errno);
-    for (const QByteArray& name : names)
-        copyEntry({folder, name, name, entry.path + '/' + name, entry.targetPath + '/' + name});
+    Batch batch;
+    for (const QByteArray& name : names) {
+        copyEntry(
+            {folder, name, name, entry.path + '/' + name, entry.targetPath + '/' + name}, batch);
+        if (batch.isFull())
+            hand(batch);
+    }
+    hand(batch);
+}
+
+void Copier::hand(Batch& batch)
+{
+    std::vector<Entry> files = batch.take();
+    if (files.empty())
+        return;
+    m_queue.add([this, files = std::move(files)] {
+        for (const Entry& file : files) {
+            heedStop(file);
+            copyFile(file);
+        }
+    });
+}
+
+void Copier::heedStop(const Entry& entry) const
+{
+    if (m_stop && *m_stop)
+        fail(entry.path, ECANCELED);
 }
 
 /// Makes the folder's copy, writable for now, and opens both.
@@ -210,6 +268,5 @@ void TreeCopy::run(const QString& from, const QString& to, const StopFlag& stop)
     const QByteArray source = QFile::encodeName(QDir::cleanPath(from));
     const QByteArray target = QFile::encodeName(QDir::cleanPath(to));
     Copier copier(stop);
-    copier.copyEntry({std::make_shared<FolderPair>(), source, target, source, target});
-    copier.finish();
+    copier.copy({std::make_shared<FolderPair>(), source, target, source, target});
 }
