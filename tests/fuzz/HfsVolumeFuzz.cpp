@@ -3,6 +3,7 @@
 #include "SparseInput.h"
 #include "hfsplus/Volume.h"
 #include "hfsplus/VolumeChecker.h"
+#include "hfsplus/VolumeEditor.h"
 
 #include <algorithm>
 
@@ -33,6 +34,7 @@ FUZZ_TARGET(hfs_volume, input)
     fuzz::accepts([&] {
         const Volume volume(source);
         volume.name();
+        canBeEdited(volume);
         volume.visit([&](const std::string& path, const Entry& entry) {
             volume.find(path);
             look(volume, entry);
