@@ -4,12 +4,9 @@
 #include "mounting/Requests.h"
 #include "mounting/ServingProcess.h"
 
-#define FUSE_USE_VERSION 314
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
-#include <fuse3/fuse_lowlevel.h>
-#include <memory>
 #include <spawn.h>
 #include <sys/mount.h>
 #include <sys/vfs.h>
@@ -28,19 +25,13 @@ constexpr const char* device = "/dev/fuse";
 constexpr const char* helper = "/usr/bin/fusermount3";
 constexpr decltype(statfs::f_type) fuseMagic = 0x65735546; // FUSE_SUPER_MAGIC of the kernel
 
-struct DestroySession {
-    void operator()(fuse_session* session) const { fuse_session_destroy(session); }
-};
-using SessionOwner = std::unique_ptr<fuse_session, DestroySession>;
-
 /// Whether it is worth trying: what fails then is told to nobody.
 bool mayMount()
 {
     return ::access(device, R_OK | W_OK) == 0 && (::geteuid() == 0 || ::access(helper, X_OK) == 0);
 }
 
-/// While one lives, nothing reaches standard error: the library's helper has its own words for a
-/// host that doesn't let it mount, and they are no failure of ours.
+/// While one lives, nothing reaches standard error: the library's helper has words of its own.
 class Silence {
 public:
     Silence()
@@ -65,20 +56,6 @@ public:
 private:
     int m_kept;
 };
-
-SessionOwner newSession(ServedVolume& volume, const MountOptions& options)
-{
-    std::string settings = "default_permissions,subtype=hfsplus,fsname=" + options.device;
-    if (options.readOnly)
-        settings += ",ro";
-    std::array<std::string, 3> words{"vandor", "-o", settings};
-    std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
-    fuse_args given = FUSE_ARGS_INIT(3, arguments.data());
-    const fuse_lowlevel_ops& handlers = requestHandlers();
-    SessionOwner session(fuse_session_new(&given, &handlers, sizeof handlers, &volume));
-    fuse_opt_free_args(&given);
-    return session;
-}
 
 /// -1 or the status.
 int run(const std::array<const char*, 6>& command)
@@ -105,19 +82,8 @@ std::optional<hfsplus::FolderSnapshot> mountVolume(
     ServedVolume served{VolumeTree(volume, plan, options.scratchFolder),
         {volume.header().blockSize, volume.header().totalBlocks}};
     hfsplus::FolderSnapshot snapshot = served.tree.snapshot();
-    SessionOwner session;
-    {
-        const Silence silence;
-        session = newSession(served, options);
-        if (!session || fuse_session_mount(session.get(), options.folder.c_str()) != 0)
-            return std::nullopt;
-    }
-    try {
-        startServing(*session, options);
-    } catch (...) {
-        fuse_session_unmount(session.get());
-        throw;
-    }
+    if (!startServing(served, options))
+        return std::nullopt;
     return snapshot;
 }
 

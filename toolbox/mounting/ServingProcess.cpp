@@ -1,8 +1,10 @@
 #include "mounting/ServingProcess.h"
 
 #include "bytes/File.h"
+#include "mounting/Requests.h"
 
 #define FUSE_USE_VERSION 314
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -10,6 +12,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fuse3/fuse_lowlevel.h>
+#include <optional>
 #include <poll.h>
 #include <string_view>
 #include <sys/prctl.h>
@@ -59,11 +62,6 @@ void closeAllBut(int session, const fs::path& image)
         if (!isKept)
             ::close(descriptor);
     }
-    const int nothing = ::open("/dev/null", O_RDWR);
-    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        ::dup2(nothing, standard);
-    if (nothing > STDERR_FILENO)
-        ::close(nothing);
 }
 
 /// Whatever ended the terminal's programs must not take the volume along; SIGTERM may.
@@ -80,6 +78,28 @@ void leaveTheAskingProcess()
     if (::chdir("/") != 0)
         ::_exit(EXIT_FAILURE);
     ::prctl(PR_SET_NAME, "vandor-volume");
+    const int nothing = ::open("/dev/null", O_RDWR);
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        ::dup2(nothing, standard);
+    if (nothing > STDERR_FILENO)
+        ::close(nothing);
+}
+
+/// Null where the host lets nobody mount. Never destroyed: it lives as long as the process.
+fuse_session* mountedSession(ServedVolume& volume, const MountOptions& options)
+{
+    std::string settings = "default_permissions,subtype=hfsplus,fsname=" + options.device;
+    if (options.readOnly)
+        settings += ",ro";
+    std::array<std::string, 3> words{"vandor", "-o", settings};
+    std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
+    fuse_args given = FUSE_ARGS_INIT(3, arguments.data());
+    const fuse_lowlevel_ops& handlers = requestHandlers();
+    fuse_session* session = fuse_session_new(&given, &handlers, sizeof handlers, &volume);
+    fuse_opt_free_args(&given);
+    if (session == nullptr || fuse_session_mount(session, options.folder.c_str()) != 0)
+        return nullptr;
+    return session;
 }
 
 void serve(fuse_session& session, const fs::path& entryFile)
@@ -113,21 +133,33 @@ void serve(fuse_session& session, const fs::path& entryFile)
 
 } // namespace
 
-void startServing(fuse_session& session, const MountOptions& options)
+bool startServing(ServedVolume& volume, const MountOptions& options)
 {
+    int ends[2] = {-1, -1};
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        bytes::throwErrno("pipe");
+    const bytes::File answer(ends[0], "pipe");
+    std::optional<bytes::File> question(std::in_place, ends[1], "pipe");
     const pid_t process = ::fork();
     if (process < 0)
         bytes::throwErrno("fork");
     if (process > 0) {
+        question.reset();
         while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) { }
-        return;
+        char isMounted = 0;
+        ssize_t count = 0;
+        while ((count = ::read(answer.descriptor(), &isMounted, 1)) < 0 && errno == EINTR) { }
+        return count == 1;
     }
     // Twice, so that nobody has to wait for the process that stays.
     if (::fork() != 0)
         ::_exit(EXIT_SUCCESS);
     leaveTheAskingProcess();
-    closeAllBut(fuse_session_fd(&session), options.image);
-    serve(session, options.entryFile);
+    fuse_session* session = mountedSession(volume, options);
+    if (session == nullptr || ::write(ends[1], "1", 1) != 1)
+        ::_exit(EXIT_FAILURE);
+    closeAllBut(fuse_session_fd(session), options.image);
+    serve(*session, options.entryFile);
     ::_exit(EXIT_SUCCESS);
 }
 
