@@ -3,6 +3,9 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLineEdit>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -10,22 +13,53 @@ namespace {
 
 bool isBundle(const QString& path)
 {
-    return QFileInfo(QDir::cleanPath(path)).suffix().compare(u"app"_s, Qt::CaseInsensitive) == 0;
+    const QFileInfo file(QDir::cleanPath(path));
+    return file.suffix().compare(u"app"_s, Qt::CaseInsensitive) == 0 && file.isDir();
 }
 
-/// Takes a marked or typed application instead of entering its folder.
+/// Takes a marked, typed or entered application instead of showing its folder.
 class BundleDialog : public QFileDialog {
 public:
-    using QFileDialog::QFileDialog;
+    BundleDialog(QWidget* parent, const QString& title, FilePicker::Receive receive)
+        : QFileDialog(parent, title)
+        , m_receive(std::move(receive))
+    {
+        connect(this, &QFileDialog::directoryEntered, this, [this](const QString& folder) {
+            if (isBundle(folder))
+                take(folder);
+        });
+    }
 
     void accept() override
     {
-        const QStringList chosen = selectedFiles();
-        if (chosen.size() == 1 && isBundle(chosen.first()))
-            done(QDialog::Accepted);
+        const QStringList marked = selectedFiles();
+        if (const QString path = typedPath(); isBundle(path))
+            take(path);
+        else if (marked.size() == 1 && isBundle(marked.first()))
+            take(marked.first());
         else
             QFileDialog::accept();
     }
+
+private:
+    /// Qt doesn't count a typed folder as a chosen one.
+    QString typedPath() const
+    {
+        const auto* name = findChild<QLineEdit*>(u"fileNameEdit"_s);
+        const QString typed = name != nullptr ? name->text() : QString();
+        if (typed.isEmpty())
+            return {};
+        return directory().absoluteFilePath(
+            typed.startsWith("~/"_L1) ? QDir::homePath() + typed.sliced(1) : typed);
+    }
+
+    void take(const QString& bundle)
+    {
+        close();
+        m_receive(QUrl::fromLocalFile(QDir::cleanPath(bundle)));
+    }
+
+    FilePicker::Receive m_receive;
 };
 
 void prepare(QFileDialog* dialog, FilePicker::Receive receive)
@@ -51,27 +85,14 @@ QString filterFor(const FilePicker::FileType& type)
     return u"%1 (*.%2 *.%3)"_s.arg(type.name, type.extension, type.extension.toUpper());
 }
 
-/// A double click on a folder makes the dialog enter it: an application's is taken instead.
-void takeBundlesWhole(QFileDialog* dialog, FilePicker::Receive receive)
-{
-    QObject::connect(dialog, &QFileDialog::directoryEntered, dialog,
-        [dialog, receive = std::move(receive)](const QString& folder) {
-            if (!isBundle(folder))
-                return;
-            dialog->close();
-            receive(QUrl::fromLocalFile(folder));
-        });
-}
-
 } // namespace
 
 void FilePicker::openFileOrBundle(QWidget* parent, const QString& title, Receive receive)
 {
-    auto* dialog = new BundleDialog(parent, title);
-    prepare(dialog, receive);
+    auto* dialog = new BundleDialog(parent, title, receive);
+    prepare(dialog, std::move(receive));
     dialog->setOption(QFileDialog::DontUseNativeDialog);
     dialog->setFileMode(QFileDialog::ExistingFile);
-    takeBundlesWhole(dialog, std::move(receive));
     dialog->open();
 }
 
