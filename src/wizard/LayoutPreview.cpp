@@ -72,7 +72,9 @@ void LayoutPreview::setConfig(const DMGConfig& job)
     m_job = job;
     if (otherBackground)
         loadBackground();
-    if (rearranged && isVisible() && Theme::motion(*this) > 0) {
+    // What is typed shows at once: only a chosen arrangement glides.
+    const bool isChosen = rearranged && job.layout != IconLayout::custom;
+    if (isChosen && isVisible() && Theme::motion(*this) > 0) {
         glideFrom(m_appPosition, m_linkPosition);
     } else if (rearranged || m_glide.state() != QAbstractAnimation::Running) {
         m_glide.stop();
