@@ -36,12 +36,14 @@ void MainWindow::makeMenus(SettingsManager& settings, std::function<void()> open
 {
     QMenu* file = menuBar()->addMenu(u"&File"_s);
     file->addAction(u"New Project"_s, QKeySequence::New, this, [this] { m_wizard->reset(); });
+    // Qt has keys for these two on some desktops only.
     QAction* preferences =
-        file->addAction(u"Settings..."_s, QKeySequence::Preferences, this, std::move(openSettings));
+        file->addAction(u"Settings..."_s, Qt::CTRL | Qt::Key_Comma, this, std::move(openSettings));
     preferences->setMenuRole(QAction::PreferencesRole);
     file->addSeparator();
-    QAction* quit = file->addAction(u"Quit"_s, QKeySequence::Quit, this, &QWidget::close);
+    QAction* quit = file->addAction(u"Quit"_s, Qt::CTRL | Qt::Key_Q, this, &QWidget::close);
     quit->setMenuRole(QAction::QuitRole);
+    quit->setShortcutContext(Qt::ApplicationShortcut); // from the settings, too
 
     QMenu* help = menuBar()->addMenu(u"&Help"_s);
     help->addAction(u"Vandor DMG Help"_s, QKeySequence::HelpContents, this,
@@ -65,6 +67,8 @@ void MainWindow::closeEvent(QCloseEvent* event)
 
 void MainWindow::askToClose()
 {
+    raise(); // the settings may be in front
+    activateWindow();
     if (m_closeQuestion)
         return;
     auto* sheet = new Sheet(u"Close while work runs?"_s, this);

@@ -9,6 +9,7 @@
 #include <QPlainTextEdit>
 #include <QTest>
 #include <QUrl>
+#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -95,6 +96,49 @@ void WindowUser::press(QWidget* target, Qt::Key key, Qt::KeyboardModifiers modif
     ASSERT_NE(target, nullptr);
     QTest::keyClick(target, key, modifiers);
     QApplication::processEvents();
+}
+
+QWindow* WindowUser::windowWithFocus()
+{
+    // A window manager activates another one when a dialog goes, this platform doesn't.
+    if (QGuiApplication::focusWindow() == nullptr) {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->isVisible())
+                window->activateWindow();
+        }
+    }
+    EXPECT_TRUE(waitUntil([] { return QGuiApplication::focusWindow() != nullptr; }));
+    return QGuiApplication::focusWindow();
+}
+
+void WindowUser::key(Qt::Key key, Qt::KeyboardModifiers modifiers) const
+{
+    QTest::keyClick(windowWithFocus(), key, modifiers);
+    QApplication::processEvents();
+}
+
+void WindowUser::keys(const QString& text) const
+{
+    for (const QChar letter : text) {
+        QTest::sendKeyEvent(
+            QTest::Click, windowWithFocus(), Qt::Key_unknown, QString(letter), Qt::NoModifier);
+    }
+    QApplication::processEvents();
+}
+
+void WindowUser::tabTo(const QString& name, Qt::KeyboardModifiers modifiers) const
+{
+    constexpr int mostStops = 40; // of one screen
+    const QWidget* target = control(name);
+    QStringList stops;
+    while (QApplication::focusWidget() != target && stops.size() < mostStops) {
+        key(modifiers.testFlag(Qt::ShiftModifier) ? Qt::Key_Backtab : Qt::Key_Tab, modifiers);
+        if (const QWidget* focus = QApplication::focusWidget())
+            stops.append(focus->accessibleName() + u'/' + textOf(focus));
+    }
+    ASSERT_EQ(QApplication::focusWidget(), target)
+        << "no way to '" << name.toStdString() << "' through:\n"
+        << stops.join(u'\n').toStdString();
 }
 
 void WindowUser::drop(const QString& name, const QString& file) const

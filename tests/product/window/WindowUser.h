@@ -5,6 +5,7 @@
 #include <functional>
 
 class QUrl;
+class QWindow;
 
 /// Somebody at the windows: sees what is shown, and acts by mouse, keyboard and drops alone. What
 /// is looked for and isn't there fails the test that asked.
@@ -21,6 +22,11 @@ public:
     void type(const QString& name, const QString& text) const;
     void typeInto(QWidget* field, const QString& text) const;
     void press(QWidget* target, Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const;
+    /// A key of the keyboard: it goes to what has the focus.
+    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const;
+    void keys(const QString& text) const;
+    /// Presses Tab, or Shift and Tab, until the control of that name has the focus.
+    void tabTo(const QString& name, Qt::KeyboardModifiers modifiers = {}) const;
     /// Drags a file over the control and lets it go there.
     void drop(const QString& name, const QString& file) const;
     void dropOn(QWidget* target, const QString& file) const;
@@ -35,5 +41,6 @@ public:
 
 private:
     static QList<QWidget*> visibleWidgets();
+    static QWindow* windowWithFocus();
     static QWidget* find(const QString& name);
 };
