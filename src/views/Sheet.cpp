@@ -4,6 +4,7 @@
 #include "views/Card.h"
 #include "views/Labels.h"
 #include "views/Symbol.h"
+#include "views/TabStops.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -87,16 +88,7 @@ void Sheet::keyPressEvent(QKeyEvent* event)
 
 bool Sheet::focusNextPrevChild(bool next)
 {
-    QList<QWidget*> stops;
-    for (QWidget* each : m_panel->findChildren<QWidget*>()) {
-        if ((each->focusPolicy() & Qt::TabFocus) != 0 && each->isEnabled() && each->isVisible())
-            stops.append(each);
-    }
-    if (stops.isEmpty())
-        return true;
-    const qsizetype at = stops.indexOf(focusWidget());
-    const qsizetype count = stops.size();
-    stops[(at + (next ? 1 : count - 1)) % count]->setFocus(Qt::TabFocusReason);
+    TabStops::move({m_panel}, focusWidget(), next);
     return true;
 }
 

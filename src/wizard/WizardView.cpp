@@ -14,6 +14,7 @@
 #include "views/SideList.h"
 #include "views/SigningView.h"
 #include "views/Symbol.h"
+#include "views/TabStops.h"
 #include "wizard/AssetSelectionView.h"
 #include "wizard/ConfigurationView.h"
 
@@ -64,7 +65,8 @@ WizardView::WizardView(WizardHost host, QWidget* parent)
     layout->setSpacing(0);
     auto* columns = new QSplitter;
     columns->setHandleWidth(1);
-    columns->addWidget(makeSidebar());
+    m_sidebar = makeSidebar();
+    columns->addWidget(m_sidebar);
     columns->addWidget(makeDetail());
     columns->setStretchFactor(1, 1);
     columns->setCollapsible(1, false);
@@ -115,7 +117,8 @@ QWidget* WizardView::makeDetail()
     m_detail = new QVBoxLayout(detail);
     m_detail->setContentsMargins(0, 0, 0, 0);
     m_detail->setSpacing(0);
-    m_detail->addWidget(makeBottomBar());
+    m_bottomBar = makeBottomBar();
+    m_detail->addWidget(m_bottomBar);
     return detail;
 }
 
@@ -307,4 +310,10 @@ void WizardView::keyPressEvent(QKeyEvent* event)
         goBack();
     else
         QWidget::keyPressEvent(event);
+}
+
+bool WizardView::focusNextPrevChild(bool next)
+{
+    TabStops::move({m_screen, m_bottomBar, m_sidebar}, focusWidget(), next);
+    return true;
 }

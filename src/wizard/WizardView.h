@@ -34,6 +34,8 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    /// From the screen on to Back and Next, then to the steps.
+    bool focusNextPrevChild(bool next) override;
 
 private:
     QWidget* makeSidebar();
@@ -64,9 +66,11 @@ private:
     AppNotarizationManager m_appNotarization;
     SmartSkip m_smartSkip;
 
+    QWidget* m_sidebar = nullptr;
     SideList* m_steps = nullptr;
     QVBoxLayout* m_detail = nullptr;
     QWidget* m_screen = nullptr;
+    QWidget* m_bottomBar = nullptr;
     QPushButton* m_back = nullptr;
     QPushButton* m_next = nullptr;
     ElidedLabel* m_inspection = nullptr;

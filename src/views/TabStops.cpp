@@ -1,0 +1,21 @@
+#include "views/TabStops.h"
+
+#include <QWidget>
+
+void TabStops::move(const QList<QWidget*>& parts, QWidget* current, bool next)
+{
+    QList<QWidget*> stops;
+    for (const QWidget* part : parts) {
+        for (QWidget* each : part->findChildren<QWidget*>()) {
+            if ((each->focusPolicy() & Qt::TabFocus) != 0 && each->isEnabled() && each->isVisible())
+                stops.append(each);
+        }
+    }
+    if (stops.isEmpty())
+        return;
+    const qsizetype count = stops.size();
+    const qsizetype at = stops.indexOf(current);
+    const qsizetype before = at < 0 ? count - 1 : at + count - 1;
+    stops[(next ? at + 1 : before) % count]->setFocus(
+        next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+}

@@ -1,0 +1,125 @@
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Somebody without a mouse: every key goes to what has the focus.
+class Keyboard : public WindowFixture {
+public:
+    Keyboard() { window.activateWindow(); }
+
+    /// Tabs to a button once it can be pressed, and presses it.
+    void activate(const QString& name)
+    {
+        ASSERT_TRUE(WindowUser::waitUntil([&] { return user.control(name)->isEnabled(); }));
+        ASSERT_NO_FATAL_FAILURE(user.tabTo(name));
+        user.key(Qt::Key_Space);
+    }
+    void fill(const QString& field, const QString& text)
+    {
+        ASSERT_NO_FATAL_FAILURE(user.tabTo(field));
+        user.key(Qt::Key_A, Qt::ControlModifier);
+        user.keys(text);
+    }
+    /// In a file dialog, where the name has the focus already.
+    void enterPath(const QString& path)
+    {
+        ASSERT_TRUE(WindowUser::waitUntil([] {
+            const QWidget* focus = QApplication::focusWidget();
+            return focus != nullptr && focus->objectName() == "fileNameEdit"_L1;
+        }));
+        user.key(Qt::Key_A, Qt::ControlModifier);
+        user.keys(path);
+        user.key(Qt::Key_Return);
+    }
+    void chooseAssets()
+    {
+        ASSERT_NO_FATAL_FAILURE(activate(u"Assets"_s));
+        ASSERT_NO_FATAL_FAILURE(activate(u"Browse for Application"_s));
+        ASSERT_NO_FATAL_FAILURE(enterPath(app));
+        ASSERT_TRUE(WindowUser::waitUntil([&] { return job().appURL.has_value(); }));
+        ASSERT_NO_FATAL_FAILURE(activate(u"Browse for Background"_s));
+        ASSERT_NO_FATAL_FAILURE(enterPath(QStringLiteral(SAMPLES_DIR "/background.png")));
+        ASSERT_TRUE(WindowUser::waitUntil([&] { return job().backgroundURL.has_value(); }));
+    }
+    void signApplication()
+    {
+        ASSERT_NO_FATAL_FAILURE(user.tabTo(u"Signing Identity"_s));
+        auto* identities = qobject_cast<QComboBox*>(QApplication::focusWidget());
+        ASSERT_TRUE(WindowUser::waitUntil([&] { return identities->count() > 1; }));
+        user.key(Qt::Key_Down);
+        ASSERT_NO_FATAL_FAILURE(activate(u"Sign App Bundle & Enable Hardened Runtime"_s));
+        ASSERT_TRUE(user.waitToSee(u"Signed · "_s)) << seen();
+    }
+    void configure()
+    {
+        ASSERT_NO_FATAL_FAILURE(fill(u"Volume Name"_s, u"Jané’s Tool"_s));
+        ASSERT_NO_FATAL_FAILURE(fill(u"Width"_s, u"640"_s));
+        ASSERT_NO_FATAL_FAILURE(user.tabTo(u"Icon size"_s));
+        user.key(Qt::Key_Left);
+        EXPECT_TRUE(WindowUser::waitUntil([&] { return job().iconSize == 112; }));
+        EXPECT_EQ(job().windowWidth, 640);
+    }
+    void build()
+    {
+        ASSERT_NO_FATAL_FAILURE(activate(u"Build DMG"_s));
+        ASSERT_NO_FATAL_FAILURE(enterPath(image));
+        ASSERT_TRUE(user.waitToSee(u"DMG Created Successfully!"_s)) << seen();
+    }
+    void goOn(const QString& to)
+    {
+        user.key(Qt::Key_Return);
+        ASSERT_TRUE(user.waitToSee(to)) << seen();
+    }
+};
+
+} // namespace
+
+TEST_F(Keyboard, DoesTheWholeJob)
+{
+    makeIdentity();
+    ASSERT_NO_FATAL_FAILURE(chooseAssets());
+    ASSERT_NO_FATAL_FAILURE(goOn(u"Pre-Flight App Signing"_s));
+    ASSERT_NO_FATAL_FAILURE(signApplication());
+    ASSERT_NO_FATAL_FAILURE(goOn(u"Notary Credentials"_s));
+    ASSERT_NO_FATAL_FAILURE(fill(u"Keychain Profile Name"_s, u"local"_s));
+    ASSERT_NO_FATAL_FAILURE(activate(u"Zip & Notarize Application"_s));
+    ASSERT_TRUE(user.waitToSee(u"Notarized & Stapled"_s)) << seen();
+    ASSERT_NO_FATAL_FAILURE(goOn(u"General Settings"_s));
+    ASSERT_NO_FATAL_FAILURE(configure());
+    ASSERT_NO_FATAL_FAILURE(goOn(u"Ready to package:"_s));
+    ASSERT_NO_FATAL_FAILURE(build());
+    ASSERT_NO_FATAL_FAILURE(activate(u"Continue to Signing"_s));
+    ASSERT_NO_FATAL_FAILURE(activate(u"Sign DMG"_s));
+    ASSERT_TRUE(user.waitToSee(u"Signing Successful!"_s)) << seen();
+    ASSERT_NO_FATAL_FAILURE(goOn(u"Ready to Notarize"_s));
+    ASSERT_NO_FATAL_FAILURE(fill(u"Profile Name"_s, u"local"_s));
+    ASSERT_NO_FATAL_FAILURE(activate(u"Notarize & Staple"_s));
+    ASSERT_TRUE(user.waitToSee(u"Ready for Distribution!"_s)) << seen();
+    user.key(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_FALSE(window.isVisible());
+}
+
+TEST_F(Keyboard, TabLeadsThroughTheScreenToTheWayOnAndToTheSteps)
+{
+    window.wizard().job().edit(
+        [this](DMGConfig& edited) { edited.appURL = QUrl::fromLocalFile(app); });
+    go(NavigationStep::appSigning);
+    const QString stops[] = {u"Re-Scan"_s, u"Signing Identity"_s,
+        u"Sign App Bundle & Enable Hardened Runtime"_s, u"Inspection Logs"_s, u"Back"_s, u"Next"_s,
+        u"Assets"_s, u"App Signing"_s, u"New Project"_s, u"Settings"_s};
+    for (const QString& stop : stops) {
+        user.key(Qt::Key_Tab);
+        EXPECT_EQ(QApplication::focusWidget(), user.control(stop)) << stop.toStdString();
+    }
+    user.key(Qt::Key_Tab); // round
+    for (const QString& stop : {stops[0], stops[9], stops[8]}) {
+        EXPECT_EQ(QApplication::focusWidget(), user.control(stop)) << stop.toStdString();
+        user.key(Qt::Key_Backtab, Qt::ShiftModifier);
+    }
+}
