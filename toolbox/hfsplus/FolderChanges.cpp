@@ -82,8 +82,8 @@ private:
         const std::string prefix = path.empty() ? path : path + "/";
         // One that was moved here holds what the snapshot has elsewhere.
         const FolderSnapshot::Item* known = m_snapshot.find(path);
-        if (m_isUntouched && known && known->facts.inode == item.facts.inode
-            && m_isUntouched(folder)) {
+        if (m_isUntouched && m_isUntouched(folder) && known
+            && known->facts.inode == item.facts.inode) {
             takeOver(prefix);
             return;
         }

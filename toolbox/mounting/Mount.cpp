@@ -101,7 +101,13 @@ Service serviceAt(const fs::path& folder)
 
 bool isUntouched(int folderDescriptor)
 {
-    return ::fgetxattr(folderDescriptor, untouchedAttribute, nullptr, 0) > 0;
+    if (::fgetxattr(folderDescriptor, untouchedAttribute, nullptr, 0) > 0)
+        return true;
+    // The folder that a volume was mounted at is empty after it: that's no account of a change.
+    struct statfs facts { };
+    if (::fstatfs(folderDescriptor, &facts) == 0 && facts.f_type == fuseMagic)
+        return false;
+    throw std::system_error(ESTALE, std::generic_category(), "mounted volume");
 }
 
 void writeOut(const fs::path& folder)

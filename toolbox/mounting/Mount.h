@@ -3,6 +3,7 @@
 #include "hfsplus/FolderSnapshot.h"
 #include "hfsplus/LayoutPlan.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -14,7 +15,8 @@ struct MountOptions {
     std::filesystem::path scratchFolder; // for what is written to files, made when needed
     /// As long as this file exists the volume is served; who removes it unmounts the volume.
     std::filesystem::path entryFile;
-    std::filesystem::path image; // that the volume is read from
+    uint64_t imageDevice = 0; // these two: the open image that the volume is read from
+    uint64_t imageInode = 0;
     std::string device; // "disk4s1", shown among the host's mounts
     bool readOnly = false;
 };
@@ -32,7 +34,8 @@ enum class Service { none, alive, dead };
 /// Whether a volume is mounted at `folder` and its process still there.
 Service serviceAt(const std::filesystem::path& folder);
 
-/// Whether nobody has changed anything in an open folder of a mounted volume.
+/// Whether nobody has changed anything in an open folder of a mounted volume. Throws
+/// std::system_error (ESTALE) for one that is no folder of a mounted volume.
 bool isUntouched(int folderDescriptor);
 
 /// Hands what programs have written through memory to the serving process.

@@ -30,11 +30,11 @@ namespace {
 /// How often the process looks whether its entry is still there.
 constexpr std::chrono::milliseconds glance{2000};
 
-bool isSameFile(int descriptor, const struct stat& other)
+bool isImage(int descriptor, const MountOptions& options)
 {
     struct stat status { };
-    return ::fstat(descriptor, &status) == 0 && status.st_dev == other.st_dev
-        && status.st_ino == other.st_ino;
+    return ::fstat(descriptor, &status) == 0 && status.st_dev == options.imageDevice
+        && status.st_ino == options.imageInode;
 }
 
 std::vector<int> openDescriptors()
@@ -52,13 +52,11 @@ std::vector<int> openDescriptors()
 }
 
 /// Locks and pipes of the process that asked would otherwise live as long as the volume.
-void closeAllBut(int session, const fs::path& image)
+void closeAllBut(int session, const MountOptions& options)
 {
-    struct stat imageStatus { };
-    const bool isThere = ::stat(image.c_str(), &imageStatus) == 0;
     for (const int descriptor : openDescriptors()) {
-        const bool isKept = descriptor <= STDERR_FILENO || descriptor == session
-            || (isThere && isSameFile(descriptor, imageStatus));
+        const bool isKept =
+            descriptor <= STDERR_FILENO || descriptor == session || isImage(descriptor, options);
         if (!isKept)
             ::close(descriptor);
     }
@@ -158,7 +156,7 @@ bool startServing(ServedVolume& volume, const MountOptions& options)
     fuse_session* session = mountedSession(volume, options);
     if (session == nullptr || ::write(ends[1], "1", 1) != 1)
         ::_exit(EXIT_FAILURE);
-    closeAllBut(fuse_session_fd(session), options.image);
+    closeAllBut(fuse_session_fd(session), options);
     serve(*session, options.entryFile);
     ::_exit(EXIT_SUCCESS);
 }

@@ -221,7 +221,8 @@ bool AttachedVolumes::mount(
         {.folder = entry.folder,
             .scratchFolder = m_registry.scratchFolder(entry.disk),
             .entryFile = m_registry.entryFile(entry.disk),
-            .image = entry.image,
+            .imageDevice = entry.identity.device,
+            .imageInode = entry.identity.inode,
             .device = entry.volumeDevice(),
             .readOnly = !entry.writable});
     if (!snapshot)

@@ -306,6 +306,20 @@ TEST(ServedVolume, WhoseProcessWasKilledIsTidiedAwayWithoutAChange)
     EXPECT_EQ(readFile(test.attach(path).folder / "Sample.app/Contents/Info.plist"), "<plist/>");
 }
 
+TEST(ServedVolume, UnmountedBySomebodyElseIsNotTakenForAnEmptiedOne)
+{
+    const TestVolumes test(Appearance::mounted);
+    const fs::path path = test.makeImage("a.dmg");
+    const std::string before = readFile(path);
+    ATTACH_OR_SKIP(image, test, path);
+    mounting::unmount(image.folder, true);
+    ASSERT_TRUE(fs::is_empty(image.folder));
+    EXPECT_THROW(test.attached().release(image, {}), std::system_error);
+    EXPECT_TRUE(readFile(path) == before);
+    EXPECT_NE(test.attached().release(image, {.force = true}).lost, "");
+    EXPECT_TRUE(readFile(path) == before);
+}
+
 TEST(ServedVolume, WhoseStateIsDeletedEndsByItself)
 {
     fs::path folder;
