@@ -20,7 +20,8 @@ public:
     std::vector<std::byte> read(uint64_t offset, std::size_t count) const;
 };
 
-/// A source that can be written too. Never grows through this interface.
+/// A source that can be written too. Never grows through this interface. Writes to ranges that
+/// don't overlap may come from several threads at once.
 class ByteDevice : public ByteSource {
 public:
     virtual void writeAt(uint64_t offset, std::span<const std::byte> in) = 0;

@@ -1,11 +1,14 @@
 #include "hfsplus/ContentWriter.h"
 
+#include "bytes/OrderedPipeline.h"
 #include "bytes/Unicode.h"
+#include "hfsplus/VolumeStream.h"
 #include "macfile/Metadata.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -21,7 +24,10 @@ namespace {
     throw SourceError(path, "the file changed while it was copied");
 }
 
-/// A file of the host while it is read from its start.
+/// Large enough for many small files, and small enough that all threads end together.
+constexpr uint64_t portionBytes = uint64_t{4} << 20;
+
+/// A file of the host while it is read.
 class OpenFile {
 public:
     explicit OpenFile(const fs::path& path)
@@ -46,35 +52,29 @@ public:
         return static_cast<uint64_t>(status.st_blocks) * 512 < size;
     }
 
-    /// Skips the hole that the file may have at `position`; says where data goes on, `size` where
-    /// none does.
-    uint64_t skipHole(uint64_t position, uint64_t size)
+    /// Where data goes on at `position` or behind it; `end` where none does before.
+    uint64_t nextData(uint64_t position, uint64_t end) const
     {
         const off_t data = ::lseek(m_descriptor, static_cast<off_t>(position), SEEK_DATA);
-        if (data < 0 && errno == ENXIO)
-            return size;
-        if (data >= 0)
-            return std::min(static_cast<uint64_t>(data), size);
-        if (::lseek(m_descriptor, static_cast<off_t>(position), SEEK_SET) < 0)
-            throw SourceError(m_path, reasonFor(errno));
-        return position; // a host without holes
+        if (data < 0)
+            return errno == ENXIO ? end : position; // or a host without holes
+        return std::min(static_cast<uint64_t>(data), end);
     }
 
     /// Where the data at `position` ends and a hole begins.
-    uint64_t dataEnd(uint64_t position, uint64_t size)
+    uint64_t dataEnd(uint64_t position, uint64_t end) const
     {
         const off_t hole = ::lseek(m_descriptor, static_cast<off_t>(position), SEEK_HOLE);
-        if (::lseek(m_descriptor, static_cast<off_t>(position), SEEK_SET) < 0)
-            throw SourceError(m_path, reasonFor(errno));
         const bool isKnown = hole > static_cast<off_t>(position);
-        return isKnown ? std::min(static_cast<uint64_t>(hole), size) : size;
+        return isKnown ? std::min(static_cast<uint64_t>(hole), end) : end;
     }
 
     /// At least one byte.
-    std::size_t read(std::span<std::byte> out)
+    std::size_t read(uint64_t position, std::span<std::byte> out) const
     {
         for (;;) {
-            const ssize_t count = ::read(m_descriptor, out.data(), out.size());
+            const ssize_t count =
+                ::pread(m_descriptor, out.data(), out.size(), static_cast<off_t>(position));
             if (count > 0)
                 return static_cast<std::size_t>(count);
             if (count == 0)
@@ -89,73 +89,96 @@ private:
     int m_descriptor;
 };
 
-void copyData(OpenFile& file, VolumeStream& volume, uint64_t size)
+void copyData(const OpenFile& file, VolumeStream& volume, uint64_t start, uint64_t end)
 {
-    for (uint64_t rest = size; rest != 0;) {
+    while (start < end) {
         const std::span<std::byte> room = volume.room();
-        const std::size_t count = file.read(room.first(std::min<uint64_t>(room.size(), rest)));
+        const std::size_t count =
+            file.read(start, room.first(std::min<uint64_t>(room.size(), end - start)));
         volume.advance(count);
-        rest -= count;
+        start += count;
     }
 }
 
 } // namespace
 
-ContentWriter::ContentWriter(const ContentPlan& plan, VolumeStream& volume, uint64_t contentStart)
-    : m_plan(plan)
-    , m_volume(volume)
-    , m_contentStart(contentStart)
-{ }
+/// Copies portions; each thread has one.
+class ContentWriter::Thread {
+public:
+    explicit Thread(const ContentWriter& writer)
+        : m_plan(writer.m_plan)
+        , m_contentStart(writer.m_contentStart)
+        , m_volume(writer.m_volume, 0)
+    { }
 
-void ContentWriter::writeAll()
-{
-    const auto objects = m_plan.scan().objects();
-    std::vector<ContentPlan::Fork> metadataForks;
-    for (uint32_t index = 0; index < objects.size(); ++index) {
-        if (!m_plan.holdsContent(index))
-            continue;
-        metadataForks.clear();
-        m_plan.eachFork(index, [&](const ContentPlan::Fork& fork) {
-            if (fork.kind != ContentPlan::Fork::Kind::data) {
-                metadataForks.push_back(fork);
-                return;
-            }
-            seekTo(fork);
-            if (objects[index].isSymlink())
-                writeLink(m_plan.scan().path(index), fork.size);
-            else
-                writeFile(m_plan.scan().path(index), fork.size);
-        });
-        if (!metadataForks.empty())
-            writeMetadata(m_plan.scan().path(index), metadataForks);
+    uint64_t copy(const Portion& portion)
+    {
+        for (uint32_t index = portion.first; index < portion.end; ++index) {
+            if (m_plan.holdsContent(index))
+                copyObject(index, portion);
+        }
+        m_volume.flush();
+        return portion.length;
     }
+
+private:
+    void copyObject(uint32_t index, const Portion& portion);
+    void copyFile(const fs::path& path, uint64_t size, const Portion& portion);
+    void copyLink(const fs::path& path, uint64_t size);
+    /// Resource fork and large attributes.
+    void copyMetadata(const fs::path& path, std::span<const ContentPlan::Fork> forks);
+    void seekTo(const ContentPlan::Fork& fork, uint64_t start = 0)
+    {
+        m_volume.seek(m_contentStart + uint64_t{fork.firstBlock} * m_plan.blockSize() + start);
+    }
+
+    const ContentPlan& m_plan;
+    uint64_t m_contentStart;
+    VolumeStream m_volume;
+};
+
+void ContentWriter::Thread::copyObject(uint32_t index, const Portion& portion)
+{
+    const fs::path path = m_plan.scan().path(index);
+    std::vector<ContentPlan::Fork> metadataForks;
+    m_plan.eachFork(index, [&](const ContentPlan::Fork& fork) {
+        if (fork.kind != ContentPlan::Fork::Kind::data) {
+            metadataForks.push_back(fork);
+            return;
+        }
+        seekTo(fork, portion.start);
+        if (m_plan.scan().objects()[index].isSymlink())
+            copyLink(path, fork.size);
+        else
+            copyFile(path, fork.size, portion);
+    });
+    const bool isLast = portion.start + portion.length >= m_plan.scan().objects()[index].size;
+    if (!metadataForks.empty() && isLast)
+        copyMetadata(path, metadataForks);
 }
 
-void ContentWriter::seekTo(const ContentPlan::Fork& fork)
+void ContentWriter::Thread::copyFile(const fs::path& path, uint64_t size, const Portion& portion)
 {
-    m_volume.seek(m_contentStart + uint64_t{fork.firstBlock} * m_plan.blockSize());
-}
-
-void ContentWriter::writeFile(const fs::path& path, uint64_t size)
-{
-    OpenFile file(path);
+    const OpenFile file(path);
+    const uint64_t start = portion.start;
+    const uint64_t end = std::min(size, start + portion.length);
     if (!file.expectSize(size)) {
-        copyData(file, m_volume, size);
+        copyData(file, m_volume, start, end);
     } else {
         // Reading a hole of gigabytes as zeros takes seconds.
-        const uint64_t start = m_volume.position();
-        for (uint64_t at = file.skipHole(0, size); at < size; at = file.skipHole(at, size)) {
-            m_volume.seek(start + at);
-            const uint64_t end = file.dataEnd(at, size);
-            copyData(file, m_volume, end - at);
-            at = end;
+        const uint64_t origin = m_volume.position() - start;
+        for (uint64_t at = file.nextData(start, end); at < end; at = file.nextData(at, end)) {
+            m_volume.seek(origin + at);
+            const uint64_t dataEnd = file.dataEnd(at, end);
+            copyData(file, m_volume, at, dataEnd);
+            at = dataEnd;
         }
-        m_volume.seek(start + size);
+        m_volume.seek(origin + end);
     }
     file.expectSize(size);
 }
 
-void ContentWriter::writeLink(const fs::path& path, uint64_t size)
+void ContentWriter::Thread::copyLink(const fs::path& path, uint64_t size)
 {
     std::vector<char> target(size + 1);
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
@@ -166,7 +189,8 @@ void ContentWriter::writeLink(const fs::path& path, uint64_t size)
     m_volume.write(std::as_bytes(std::span(target)).first(size));
 }
 
-void ContentWriter::writeMetadata(const fs::path& path, std::span<const ContentPlan::Fork> forks)
+void ContentWriter::Thread::copyMetadata(
+    const fs::path& path, std::span<const ContentPlan::Fork> forks)
 try {
     const macfile::Metadata metadata = macfile::readMetadata(path);
     for (const ContentPlan::Fork& fork : forks) {
@@ -184,6 +208,61 @@ try {
     }
 } catch (const std::system_error& error) {
     throw SourceError(path, error.code().message());
+}
+
+ContentWriter::ContentWriter(
+    const ContentPlan& plan, bytes::ByteDevice& volume, uint64_t contentStart)
+    : m_plan(plan)
+    , m_volume(volume)
+    , m_contentStart(contentStart)
+{ }
+
+void ContentWriter::writeAll(const Progress& progress) const
+{
+    const std::vector<Portion> all = portions();
+    uint64_t inAll = 0;
+    for (const Portion& portion : all)
+        inAll += portion.length;
+    uint64_t done = 0;
+    bytes::OrderedPipeline(0).run(
+        all.size(),
+        [this, &all] {
+            return [&all, thread = std::make_unique<Thread>(*this)](
+                       uint64_t job) { return thread->copy(all[job]); };
+        },
+        [&](uint64_t, uint64_t length) {
+            done += length;
+            if (progress)
+                progress(done, inAll);
+        });
+}
+
+std::vector<ContentWriter::Portion> ContentWriter::portions() const
+{
+    std::vector<Portion> portions;
+    Portion group;
+    const auto close = [&](uint32_t next) {
+        if (group.end > group.first)
+            portions.push_back(group);
+        group = {.first = next, .end = next};
+    };
+    const auto objects = m_plan.scan().objects();
+    for (uint32_t index = 0; index < objects.size(); ++index) {
+        const uint64_t size = m_plan.holdsContent(index) ? objects[index].size : 0;
+        if (size <= portionBytes) {
+            group.end = index + 1;
+            group.length += size;
+            if (group.length >= portionBytes)
+                close(index + 1);
+            continue;
+        }
+        close(index);
+        for (uint64_t start = 0; start < size; start += portionBytes)
+            portions.push_back({index, index + 1, start, std::min(portionBytes, size - start)});
+        close(index + 1);
+    }
+    close(0);
+    return portions;
 }
 
 } // namespace hfsplus

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hfsplus/FolderListing.h"
 #include "hfsplus/ScannedObject.h"
 #include "hfsplus/SourceError.h"
 
@@ -8,15 +9,14 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace hfsplus {
 
-/// What a folder holds, as a volume is to hold it: a compact list, breadth first, the children of
-/// each folder in the catalog's order whatever order the host lists them in. Links are never
-/// followed, except that the folder itself may be one. AppleDouble companions count as metadata
-/// of their files.
+/// What a folder holds to its depths, as a volume is to hold it: a compact list, breadth first, the
+/// children of each folder in the catalog's order whatever order the host lists them in. Links are
+/// never followed, except that the folder itself may be one. AppleDouble companions count as
+/// metadata of their files.
 class FolderScan {
 public:
     /// Values up to `largestInline` bytes are kept in memory. Throws SourceError with everything
@@ -35,16 +35,19 @@ public:
     std::span<const std::vector<uint32_t>> linkGroups() const { return m_linkGroups; }
 
 private:
-    struct Listing;
-    using FileIdentity = std::pair<uint64_t, uint64_t>; // device, inode
+    /// One whose children are not in the list yet.
+    struct Folder {
+        uint32_t index = 0;
+        std::string path;
+    };
 
-    void scanFolder(uint32_t index);
-    /// Appends the object; reports it and appends nothing when a volume can't hold it.
-    void addChild(const Listing& folder, uint32_t parent, const std::string& hostName);
-    void addMetadata(ScannedObject& object, const std::filesystem::path& path);
-    void noteLink(const FileIdentity& identity);
+    /// Lists folders of one depth on several threads; gives those that they hold.
+    std::vector<Folder> scanLevel(const std::vector<Folder>& level);
+    void add(const Folder& folder, FolderListing listing, std::vector<Folder>& next);
+    void keepMetadata(ScannedObject& object, std::optional<ScannedMetadata> metadata);
+    void noteLink(const FolderListing::FileIdentity& identity);
     void dropSingleLinks();
-    void report(std::filesystem::path path, std::string reason);
+    void report(std::vector<SourceError::Problem> problems);
     std::string_view hostName(const ScannedObject& object) const;
 
     std::filesystem::path m_root;
@@ -53,7 +56,7 @@ private:
     std::string m_names; // the host's names, one behind the other
     std::vector<ScannedMetadata> m_metadata;
     std::vector<std::vector<uint32_t>> m_linkGroups;
-    std::map<FileIdentity, uint32_t> m_groupOfFile; // while scanning
+    std::map<FolderListing::FileIdentity, uint32_t> m_groupOfFile; // while scanning
     std::vector<SourceError::Problem> m_problems;
 };
 

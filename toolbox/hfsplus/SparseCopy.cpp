@@ -1,6 +1,6 @@
 #include "hfsplus/SparseCopy.h"
 
-#include "bytes/Zeros.h"
+#include "bytes/SparseWrite.h"
 
 #include <algorithm>
 
@@ -8,26 +8,7 @@ namespace hfsplus {
 
 namespace {
 
-constexpr std::size_t pageBytes = 4096;
-constexpr std::size_t copyBytes = 256 * pageBytes;
-
-/// Writes the runs of pages in `raw` that aren't zero.
-void writePages(bytes::File& file, uint64_t offset, std::span<const std::byte> raw)
-{
-    std::size_t start = 0;
-    const auto flush = [&](std::size_t end) {
-        if (end > start)
-            file.writeAt(offset + start, raw.subspan(start, end - start));
-    };
-    for (std::size_t at = 0; at < raw.size(); at += pageBytes) {
-        const std::size_t length = std::min(pageBytes, raw.size() - at);
-        if (!bytes::isZero(raw.subspan(at, length)))
-            continue;
-        flush(at);
-        start = at + length;
-    }
-    flush(raw.size());
-}
+constexpr std::size_t copyBytes = std::size_t{1} << 20;
 
 } // namespace
 
@@ -39,7 +20,7 @@ void copySparse(const bytes::ByteSource& source, bytes::File& file)
         const auto piece = std::span(buffer).first(
             static_cast<std::size_t>(std::min<uint64_t>(size - offset, buffer.size())));
         source.readAt(offset, piece);
-        writePages(file, offset, piece);
+        bytes::writeSparsely(file, offset, piece);
     }
     if (size > 0)
         file.resize(size);

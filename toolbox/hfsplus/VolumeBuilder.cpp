@@ -2,7 +2,6 @@
 
 #include "hfsplus/AttributeWriter.h"
 #include "hfsplus/CatalogWriter.h"
-#include "hfsplus/ContentWriter.h"
 #include "hfsplus/Dates.h"
 #include "hfsplus/Names.h"
 #include "hfsplus/VolumeStream.h"
@@ -121,10 +120,19 @@ VolumeBuilder::VolumeBuilder(const fs::path& folder, BuildOptions options)
     settleLayout();
 }
 
+uint64_t VolumeBuilder::slackBytes() const
+{
+    uint64_t fileBytes = 0;
+    for (const ScannedObject& object : m_scan.objects())
+        fileBytes += object.isSymlink() ? 0 : object.size;
+    return std::max(m_options.slackBytes, fileBytes / 100 * m_options.slackPercent);
+}
+
 void VolumeBuilder::settleLayout()
 {
     const uint64_t contentBytes = uint64_t{m_plan.blockCount()} * m_options.blockSize;
-    if (contentBytes + m_options.slackBytes < largeVolume && m_options.volumeBytes < largeVolume)
+    const uint64_t slack = slackBytes();
+    if (contentBytes + slack < largeVolume && m_options.volumeBytes < largeVolume)
         m_catalogShape.nodeSize = smallCatalogNode;
     m_catalogShape.fill = m_attributesShape.fill = treeFill;
 
@@ -132,7 +140,7 @@ void VolumeBuilder::settleLayout()
     VolumeNeeds needs;
     needs.blockSize = m_options.blockSize;
     needs.contentBlocks = m_plan.blockCount();
-    needs.slack = m_options.slackBytes;
+    needs.slack = slack;
     needs.wantedSize = m_options.volumeBytes;
     needs.extentsTree = uint64_t{smallestTree} * m_extentsShape.nodeSize;
     BTreeBuilder catalog(m_catalogShape);
@@ -158,7 +166,7 @@ void VolumeBuilder::buildAttributes(BTreeBuilder& tree) const
     AttributeWriter(m_plan, m_layout).writeTo(tree);
 }
 
-BuildReport VolumeBuilder::write(bytes::ByteDevice& volume)
+BuildReport VolumeBuilder::write(bytes::ByteDevice& volume, const ContentWriter::Progress& progress)
 {
     if (volume.size() != volumeBytes())
         throw std::invalid_argument("the device is not as large as the volume");
@@ -172,8 +180,9 @@ BuildReport VolumeBuilder::write(bytes::ByteDevice& volume)
             [this](BTreeBuilder& tree) { buildAttributes(tree); });
     trees.place(
         m_catalogShape, m_layout.catalogTree, [this](BTreeBuilder& tree) { buildCatalog(tree); });
-    ContentWriter(m_plan, stream, uint64_t{m_layout.content.start} * m_layout.blockSize).writeAll();
-    stream.finish();
+    stream.flush();
+    ContentWriter(m_plan, volume, uint64_t{m_layout.content.start} * m_layout.blockSize)
+        .writeAll(progress);
 
     // The headers come last: what was broken off is no volume.
     trees.writeHeaders(volume);

@@ -3,6 +3,7 @@
 #include "bytes/ByteDevice.h"
 #include "hfsplus/BTreeBuilder.h"
 #include "hfsplus/ContentPlan.h"
+#include "hfsplus/ContentWriter.h"
 #include "hfsplus/FolderScan.h"
 #include "hfsplus/VolumeLayout.h"
 
@@ -16,6 +17,7 @@ struct BuildOptions {
     std::string volumeName; // UTF-8, as the user typed it; may contain '/'
     uint32_t blockSize = 4096; // bytes, a power of two of at least 512
     uint64_t slackBytes = 0; // free room wanted for later changes
+    unsigned slackPercent = 0; // of the files' bytes, where that is more
     uint64_t volumeBytes = 0; // size of the volume; 0 = as much as content and slack take
     /// The date of the volume, and the latest of any file in it (seconds since 1904). With it and
     /// a volume ID equal folders make equal volumes.
@@ -44,9 +46,10 @@ public:
     /// Writes the volume. The device has exactly `volumeBytes` bytes and reads as zeros, as a fresh
     /// file does; blocks of zeros are never written, so that such a file stays sparse. Throws
     /// SourceError when a file is no longer what it was when it was scanned.
-    BuildReport write(bytes::ByteDevice& volume);
+    BuildReport write(bytes::ByteDevice& volume, const ContentWriter::Progress& progress = {});
 
 private:
+    uint64_t slackBytes() const;
     void settleLayout();
     void buildCatalog(BTreeBuilder& tree) const;
     void buildAttributes(BTreeBuilder& tree) const;

@@ -3,22 +3,18 @@
 #include "bytes/ByteDevice.h"
 
 #include <cstddef>
-#include <future>
 #include <span>
 #include <vector>
 
 namespace hfsplus {
 
-/// Writes a device from one place on, front to back, through large buffers: while one fills, the
-/// other is written by a second thread. Blocks of zeros are left out, so the device must read as
-/// zeros there. The device must outlive the stream and is the stream's alone until `finish`.
+/// Writes a device from one place on, front to back, through a large buffer. Blocks of zeros are
+/// left out, so the device must read as zeros there. The device must outlive the stream.
 class VolumeStream {
 public:
     VolumeStream(bytes::ByteDevice& device, uint64_t start);
     VolumeStream(const VolumeStream&) = delete;
     VolumeStream& operator=(const VolumeStream&) = delete;
-    /// Waits for the second thread and drops what `finish` did not write.
-    ~VolumeStream();
 
     /// Where the next byte goes.
     uint64_t position() const { return m_start + m_filled; }
@@ -28,17 +24,14 @@ public:
     void write(std::span<const std::byte> data);
     /// Goes on at `position`, which must not lie behind; what is between stays zero.
     void seek(uint64_t position);
-    /// Throws what the device threw, here or earlier.
-    void finish();
-
-private:
+    /// Writes what the buffer holds. Without it the rest is dropped.
     void flush();
 
+private:
     bytes::ByteDevice& m_device;
-    uint64_t m_start; // of the buffer that fills
+    uint64_t m_start; // of the buffer
     std::size_t m_filled = 0;
-    std::vector<std::byte> m_filling, m_writing;
-    std::future<void> m_written;
+    std::vector<std::byte> m_buffer;
 };
 
 } // namespace hfsplus

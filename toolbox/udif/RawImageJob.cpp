@@ -2,9 +2,9 @@
 
 #include "bytes/Crc32.h"
 #include "bytes/File.h"
+#include "bytes/OrderedPipeline.h"
 #include "bytes/Zeros.h"
 #include "udif/DiskImage.h"
-#include "udif/OrderedPipeline.h"
 #include "udif/ZeroCrc.h"
 
 #include <algorithm>
@@ -53,7 +53,7 @@ ConvertReport RawImageJob::write(bytes::File& out)
 {
     out.resize(m_plan.sectorCount * sectorBytes);
     uint64_t sectorsDone = 0;
-    OrderedPipeline(m_options.threads)
+    bytes::OrderedPipeline(m_options.threads)
         .run(
             m_plan.items.size(),
             [this] {
@@ -97,7 +97,7 @@ void RawImageJob::append(bytes::File& out, const ChunkPlan::Item& item, const Co
 uint32_t RawImageJob::checksumOf(const bytes::File& out) const
 {
     uint32_t crc = 0;
-    OrderedPipeline(m_options.threads)
+    bytes::OrderedPipeline(m_options.threads)
         .run(
             m_plan.items.size(),
             [&] {

@@ -3,9 +3,9 @@
 #include "bytes/ByteDevice.h"
 #include "bytes/Crc32.h"
 #include "bytes/FormatError.h"
+#include "bytes/OrderedPipeline.h"
 #include "udif/ChunkedDisk.h"
 #include "udif/DiskImage.h"
-#include "udif/OrderedPipeline.h"
 #include "udif/Udif.h"
 #include "udif/ZeroCrc.h"
 
@@ -117,7 +117,7 @@ void checkTables(const bytes::ByteSource& file, const Udif& image, const VerifyO
 
     const std::vector<Piece> pieces = piecesOf(image);
     uint64_t sectorsDone = 0;
-    OrderedPipeline(options.threads)
+    bytes::OrderedPipeline(options.threads)
         .run(
             pieces.size(),
             [&] {
@@ -150,7 +150,7 @@ uint32_t dataForkCrc(const bytes::ByteSource& file, const Udif& image, unsigned 
     cut(image.trailer.dataForkOffset, image.trailer.dataForkLength,
         [&](uint64_t offset, uint64_t length) { parts.emplace_back(offset, length); });
     uint32_t crc = 0;
-    OrderedPipeline(threads).run(
+    bytes::OrderedPipeline(threads).run(
         parts.size(),
         [&] {
             return [&](uint64_t job) {

@@ -20,29 +20,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Of the data forks, which are nearly all of it. What can't be read is the scan's to report.
-uint64_t bytesIn(const fs::path& folder)
-{
-    uint64_t sum = 0;
-    std::error_code fault;
-    for (fs::recursive_directory_iterator
-             entry(folder, fs::directory_options::skip_permission_denied, fault),
-         end;
-         !fault && entry != end; entry.increment(fault)) {
-        std::error_code unreadable;
-        if (entry->is_regular_file(unreadable) && !entry->is_symlink(unreadable)) {
-            const uint64_t size = entry->file_size(unreadable);
-            sum += unreadable ? 0 : size;
-        }
-    }
-    return sum;
-}
-
-uint64_t slackFor(const fs::path& folder)
-{
-    constexpr uint64_t leastSlack = uint64_t{8} << 20;
-    return std::max(leastSlack, bytesIn(folder) / 10);
-}
+constexpr uint64_t leastSlack = uint64_t{8} << 20;
+constexpr unsigned slackPercent = 10;
 
 /// Neither half of a volume's identifier may be zero.
 uint64_t volumeIDFrom(uint64_t seed)
@@ -61,7 +40,8 @@ hfsplus::BuildOptions buildOptionsFrom(const CreateOptions& options)
     hfsplus::BuildOptions build;
     build.volumeName = options.volumeName;
     if (options.diskBytes == 0) {
-        build.slackBytes = slackFor(options.folder);
+        build.slackBytes = leastSlack;
+        build.slackPercent = slackPercent;
     } else {
         const uint64_t around = sectorsAround(options) * udif::sectorBytes;
         if (options.diskBytes <= around)
@@ -100,31 +80,6 @@ std::unique_ptr<hfsplus::VolumeBuilder> builderFor(const CreateOptions& options)
     return std::make_unique<hfsplus::VolumeBuilder>(nothing.path(), buildOptionsFrom(options));
 }
 
-/// Tells how far a device is written that is written front to back.
-class WatchedDevice final : public bytes::ByteDevice {
-public:
-    WatchedDevice(bytes::ByteDevice& device, const CreateOptions& options)
-        : m_device(device)
-        , m_options(options)
-    { }
-    uint64_t size() const override { return m_device.size(); }
-    void readAt(uint64_t offset, std::span<std::byte> out) const override
-    {
-        m_device.readAt(offset, out);
-    }
-    void writeAt(uint64_t offset, std::span<const std::byte> in) override
-    {
-        m_device.writeAt(offset, in);
-        const bool isHalf = m_options.format != udif::ImageFormat::UDRW; // conversion follows
-        if (m_options.progress)
-            m_options.progress(offset + in.size(), isHalf ? 2 * size() : size());
-    }
-
-private:
-    bytes::ByteDevice& m_device;
-    const CreateOptions& m_options;
-};
-
 void writeDisk(bytes::File& disk, hfsplus::VolumeBuilder& builder, const CreateOptions& options)
 {
     uint64_t firstSector = 0;
@@ -140,8 +95,11 @@ void writeDisk(bytes::File& disk, hfsplus::VolumeBuilder& builder, const CreateO
         disk.resize(builder.volumeBytes());
     }
     bytes::DeviceRange volume(disk, firstSector * udif::sectorBytes, builder.volumeBytes());
-    WatchedDevice watched(volume, options);
-    builder.write(watched);
+    builder.write(volume, [&options](uint64_t done, uint64_t inAll) {
+        const bool isHalf = options.format != udif::ImageFormat::UDRW; // conversion follows
+        if (options.progress)
+            options.progress(done, isHalf ? 2 * inAll : inAll);
+    });
 }
 
 } // namespace

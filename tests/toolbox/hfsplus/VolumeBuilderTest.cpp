@@ -31,9 +31,9 @@ public:
         m_file.resize(m_builder.volumeBytes());
     }
     /// Every volume of these tests goes through the checker.
-    BuildReport write()
+    BuildReport write(const ContentWriter::Progress& progress = {})
     {
-        const BuildReport report = m_builder.write(m_file);
+        const BuildReport report = m_builder.write(m_file, progress);
         for (const Finding& finding : checkVolume(m_file))
             ADD_FAILURE() << finding.message;
         return report;
@@ -322,6 +322,51 @@ TEST(VolumeBuilder, FilesBeyondFourGigabytesArriveAndStaySparse)
     EXPECT_EQ(read.dataFork(entry).read(0, 1)[0], std::byte{'s'});
     EXPECT_EQ(read.dataFork(entry).read(size - 1, 1)[0], std::byte{'E'});
     EXPECT_EQ(read.dataFork(*read.find("small behind it")).read(0, 1)[0], std::byte{'b'});
+}
+
+TEST(VolumeBuilder, WhatSeveralThreadsCopyInPortionsArrivesWhole)
+{
+    constexpr std::size_t portion = 4 << 20;
+    const TemporaryFolder folder;
+    for (const std::size_t size : {portion, portion + 1, 5 * portion / 2}) {
+        std::string content(size, '\0');
+        for (std::size_t at = 0; at < size; at += 509)
+            content[at] = static_cast<char>('a' + at % 23);
+        folder.write("dense " + std::to_string(size), content);
+    }
+    // Holes that begin, end and lie across the bounds.
+    const fs::path sparse = folder.write("sparse", "start");
+    fs::resize_file(sparse, 4 * portion + 1);
+    auto file = bytes::File::open(sparse, bytes::File::Mode::readWrite);
+    for (const std::size_t at : {portion - 4096, 2 * portion, 3 * portion - 1})
+        file.writeAt(at, std::vector(2, std::byte{'m'}));
+    macfile::Metadata metadata;
+    metadata.resourceFork.assign(70000, std::byte{'r'});
+    macfile::writeMetadata(sparse, metadata);
+    folder.write("small", "behind");
+
+    BuiltVolume volume(folder, {.volumeName = "Portions", .slackBytes = 1, .slackPercent = 50});
+    uint64_t done = 0;
+    uint64_t all = 0;
+    const BuildReport report = volume.write([&](uint64_t now, uint64_t inAll) {
+        EXPECT_GE(now, done);
+        done = now;
+        all = inAll;
+    });
+    EXPECT_EQ(done, all);
+    EXPECT_GT(all, 8 * portion);
+    EXPECT_GT(report.freeBytes, all / 100 * 49);
+    const Volume read(volume.file());
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        const std::string name = entry.path().filename();
+        if (name.starts_with("._"))
+            continue;
+        const auto source = bytes::File::open(entry.path(), bytes::File::Mode::read);
+        EXPECT_TRUE(
+            read.dataFork(*read.find(name)).read(0, source.size()) == source.read(0, source.size()))
+            << name;
+    }
+    EXPECT_EQ(read.resourceFork(*read.find("sparse")).read(69999, 1)[0], std::byte{'r'});
 }
 
 TEST(VolumeBuilder, SizesAreKept)

@@ -1,4 +1,4 @@
-#include "udif/OrderedPipeline.h"
+#include "bytes/OrderedPipeline.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 namespace {
 
-using udif::OrderedPipeline;
+using bytes::OrderedPipeline;
 
 TEST(OrderedPipeline, ResultsComeInTheOrderOfTheJobs)
 {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace udif {
+namespace bytes {
 
 /// Numbered jobs done by several threads, their results taken in order by the calling one. At most
 /// a few results a thread wait at any time, so that memory doesn't grow with the number of jobs.
@@ -134,4 +134,4 @@ void OrderedPipeline::run(uint64_t jobs, MakeWork makeWork, Consume consume) con
         consume(job, board.take(job));
 }
 
-} // namespace udif
+} // namespace bytes
