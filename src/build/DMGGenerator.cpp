@@ -105,7 +105,10 @@ QCoro::Task<> Build::makeImage(const Workspace& workspace)
 
     begin(BuildStep::mount);
     const QString mountPoint = co_await mount(workspace.writableImage());
+    // Halves what a build needs of the disk from here on, in a time that passes anyway.
+    const QCoro::Task<> removal = workspace.removeSourceFiles();
     co_await pause(2s);
+    co_await removal;
 
     begin(BuildStep::setVolumeIcon);
     co_await setVolumeIcon(mountPoint);

@@ -15,6 +15,19 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+QCoro::Task<> removeQuietly(QString tree)
+{
+    try {
+        co_await FileOperations::removeTree(tree);
+    } catch (const PlatformError&) {
+        // The build's own end is what counts.
+    }
+}
+
+} // namespace
+
 Workspace::Workspace(const QString& temporaryFolder, StopFlag stop)
     : m_root(
         joinedPath(temporaryFolder, QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()))
@@ -71,12 +84,12 @@ QCoro::Task<QString> Workspace::copyBackground(QUrl picture) const
     co_return relativePath;
 }
 
+QCoro::Task<> Workspace::removeSourceFiles() const
+{
+    return removeQuietly(sourceFiles());
+}
+
 QCoro::Task<> Workspace::remove()
 {
-    const QString root = std::exchange(m_root, {});
-    try {
-        co_await FileOperations::removeTree(root);
-    } catch (const PlatformError&) {
-        // The build's own end is what counts.
-    }
+    return removeQuietly(std::exchange(m_root, {}));
 }

@@ -30,6 +30,9 @@ public:
     /// Returns where the picture is, relative to the volume's root.
     QCoro::Task<QString> copyBackground(QUrl picture) const;
 
+    /// Removes the future volume's content, once the writable image holds it. On the thread pool;
+    /// starts at once. What fails is left for `remove`.
+    QCoro::Task<> removeSourceFiles() const;
     /// Removes everything, on the thread pool. A failure is nobody's concern.
     QCoro::Task<> remove();
 
