@@ -1,7 +1,8 @@
 #include "mounting/Requests.h"
 
-#define FUSE_USE_VERSION 314
-#include <fuse3/fuse_lowlevel.h>
+#include "mounting/Answer.h"
+#include "mounting/AttributeRequests.h"
+#include "mounting/FolderRequests.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,47 +16,6 @@
 namespace mounting {
 
 namespace {
-
-/// Seconds that the kernel may rely on an answer. Nobody but the kernel changes the tree.
-constexpr double kept = 86400;
-
-ServedVolume& served(fuse_req_t request)
-{
-    return *static_cast<ServedVolume*>(fuse_req_userdata(request));
-}
-
-VolumeTree& treeOf(fuse_req_t request)
-{
-    return served(request).tree;
-}
-
-/// Runs `work`, which replies unless it throws.
-template <typename Work>
-void answer(fuse_req_t request, Work work)
-{
-    int code = EIO;
-    try {
-        work(treeOf(request));
-        return;
-    } catch (const std::system_error& failure) {
-        if (failure.code().category() == std::generic_category() && failure.code().value() > 0)
-            code = failure.code().value();
-    } catch (const std::bad_alloc&) {
-        code = ENOMEM;
-    } catch (const std::exception&) {
-        // A damaged volume.
-    }
-    fuse_reply_err(request, code);
-}
-
-fuse_entry_param entryOf(VolumeTree& tree, Node& node)
-{
-    fuse_entry_param entry{};
-    entry.ino = node.number;
-    entry.attr = tree.status(node);
-    entry.attr_timeout = entry.entry_timeout = kept;
-    return entry;
-}
 
 /// The kernel remembers the node from now on.
 void replyEntry(fuse_req_t request, VolumeTree& tree, Node& node)
@@ -262,100 +222,10 @@ void nothingToFlush(fuse_req_t request, fuse_ino_t, int, fuse_file_info*)
     fuse_reply_err(request, 0);
 }
 
-/// The names of an open folder as they were when it was opened, so that programs may remove what
-/// they read.
-struct Listing {
-    struct Name {
-        std::string name;
-        uint64_t number = 0;
-    };
-    std::vector<Name> names;
-};
-
-void openFolder(fuse_req_t request, fuse_ino_t number, fuse_file_info* file)
-{
-    answer(request, [&](VolumeTree& tree) {
-        const Node& node = tree.node(number);
-        if (!node.isFolder())
-            throw std::system_error(ENOTDIR, std::generic_category());
-        auto listing = std::make_unique<Listing>();
-        const Node* parent = node.folder->parent;
-        listing->names.push_back({".", number});
-        listing->names.push_back({"..", parent != nullptr ? parent->number : number});
-        for (const auto& [name, child] : node.folder->children)
-            listing->names.push_back({name, child->number});
-        file->fh = reinterpret_cast<uintptr_t>(listing.get());
-        if (fuse_reply_open(request, file) == 0)
-            static_cast<void>(listing.release());
-    });
-}
-
-const Listing& listingOf(const fuse_file_info* file)
-{
-    return *reinterpret_cast<const Listing*>(static_cast<uintptr_t>(file->fh));
-}
-
-void closeFolder(fuse_req_t request, fuse_ino_t, fuse_file_info* file)
-{
-    delete &listingOf(file);
-    fuse_reply_err(request, 0);
-}
-
-void readFolder(
-    fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse_file_info* file)
-{
-    answer(request, [&](VolumeTree& tree) {
-        std::vector<char> buffer(size);
-        std::size_t used = 0;
-        const Listing& listing = listingOf(file);
-        for (auto at = static_cast<std::size_t>(offset); at < listing.names.size(); ++at) {
-            const Listing::Name& name = listing.names[at];
-            struct stat status { };
-            status.st_ino = name.number;
-            if (const Node* node = tree.known(name.number))
-                status.st_mode = node->mode;
-            const std::size_t needed = fuse_add_direntry(request, buffer.data() + used, size - used,
-                name.name.c_str(), &status, static_cast<off_t>(at + 1));
-            if (needed > size - used)
-                break;
-            used += needed;
-        }
-        fuse_reply_buf(request, buffer.data(), used);
-    });
-}
-
-/// The same with what `lookUp` would say of each.
-void readFolderWithStatus(
-    fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset, fuse_file_info* file)
-{
-    answer(request, [&](VolumeTree& tree) {
-        std::vector<char> buffer(size);
-        std::size_t used = 0;
-        const Listing& listing = listingOf(file);
-        Node& folder = tree.node(number);
-        for (auto at = static_cast<std::size_t>(offset); at < listing.names.size(); ++at) {
-            const std::string& name = listing.names[at].name;
-            const bool isDots = at < 2;
-            Node* node = isDots ? tree.known(listing.names[at].number) : tree.find(folder, name);
-            if (node == nullptr)
-                continue; // gone meanwhile
-            const fuse_entry_param entry = entryOf(tree, *node);
-            const std::size_t needed = fuse_add_direntry_plus(request, buffer.data() + used,
-                size - used, name.c_str(), &entry, static_cast<off_t>(at + 1));
-            if (needed > size - used)
-                break;
-            used += needed;
-            if (!isDots)
-                ++node->lookups;
-        }
-        fuse_reply_buf(request, buffer.data(), used);
-    });
-}
-
 void describeSpace(fuse_req_t request, fuse_ino_t)
 {
     answer(request, [&](VolumeTree& tree) {
-        const VolumeSpace& space = served(request).space;
+        const VolumeSpace& space = servedVolume(request).space;
         struct statvfs status { };
         status.f_bsize = status.f_frsize = space.blockSize;
         status.f_blocks = space.blocks;
@@ -363,63 +233,6 @@ void describeSpace(fuse_req_t request, fuse_ino_t)
         status.f_files = tree.count();
         status.f_namemax = NAME_MAX;
         fuse_reply_statfs(request, &status);
-    });
-}
-
-void setAttribute(fuse_req_t request, fuse_ino_t number, const char* name, const char* value,
-    std::size_t size, int flags)
-{
-    answer(request, [&](VolumeTree& tree) {
-        using Setting = AttributeStore::Setting;
-        constexpr int mustBeNew = 1, mustExist = 2; // XATTR_CREATE, XATTR_REPLACE
-        const Setting setting = flags == mustBeNew ? Setting::mustBeNew
-            : flags == mustExist                   ? Setting::mustExist
-                                                   : Setting::either;
-        tree.attributes().set(
-            tree.node(number), name, std::as_bytes(std::span(value, size)), setting);
-        fuse_reply_err(request, 0);
-    });
-}
-
-/// Attributes are first asked for their size and then for themselves.
-void replySized(fuse_req_t request, std::span<const char> value, std::size_t size)
-{
-    if (size == 0)
-        fuse_reply_xattr(request, value.size());
-    else if (value.size() > size)
-        fuse_reply_err(request, ERANGE);
-    else
-        fuse_reply_buf(request, value.data(), value.size());
-}
-
-void getAttribute(fuse_req_t request, fuse_ino_t number, const char* name, std::size_t size)
-{
-    answer(request, [&](VolumeTree& tree) {
-        if (std::string_view(name) == untouchedAttribute) {
-            if (tree.isUntouched(tree.node(number)))
-                return replySized(request, "1", size);
-            throw std::system_error(ENODATA, std::generic_category());
-        }
-        const auto value = tree.attributes().value(tree.node(number), name);
-        replySized(request, {reinterpret_cast<const char*>(value.data()), value.size()}, size);
-    });
-}
-
-void listAttributes(fuse_req_t request, fuse_ino_t number, std::size_t size)
-{
-    answer(request, [&](VolumeTree& tree) {
-        std::string list;
-        for (const std::string& name : tree.attributes().names(tree.node(number)))
-            list.append(name).push_back('\0');
-        replySized(request, list, size);
-    });
-}
-
-void removeAttribute(fuse_req_t request, fuse_ino_t number, const char* name)
-{
-    answer(request, [&](VolumeTree& tree) {
-        tree.attributes().remove(tree.node(number), name);
-        fuse_reply_err(request, 0);
     });
 }
 
@@ -445,15 +258,9 @@ fuse_lowlevel_ops makeHandlers()
     handlers.read = readFile;
     handlers.write = writeFile;
     handlers.fsync = nothingToFlush;
-    handlers.opendir = openFolder;
-    handlers.releasedir = closeFolder;
-    handlers.readdir = readFolder;
-    handlers.readdirplus = readFolderWithStatus;
     handlers.statfs = describeSpace;
-    handlers.setxattr = setAttribute;
-    handlers.getxattr = getAttribute;
-    handlers.listxattr = listAttributes;
-    handlers.removexattr = removeAttribute;
+    addFolderHandlers(handlers);
+    addAttributeHandlers(handlers);
     return handlers;
 }
 

@@ -1,5 +1,6 @@
 #include "volumes/AttachedImage.h"
 
+#include "bytes/File.h"
 #include "bytes/FormatError.h"
 
 #include <cerrno>
@@ -37,6 +38,13 @@ std::optional<FileIdentity> FileIdentity::of(const fs::path& path)
     if ((status.stx_mask & STATX_BTIME) != 0)
         identity.born = status.stx_btime.tv_sec * 1'000'000'000 + status.stx_btime.tv_nsec;
     return identity;
+}
+
+FileIdentity FileIdentity::ofExisting(const fs::path& path)
+{
+    if (const auto identity = of(path))
+        return *identity;
+    bytes::throwErrno(path.string());
 }
 
 std::string AttachedImage::volumeDevice() const

@@ -17,6 +17,8 @@ struct FileIdentity {
 
     /// None when nothing is at `path`.
     static std::optional<FileIdentity> of(const std::filesystem::path& path);
+    /// Throws std::system_error when nothing is at `path`.
+    static FileIdentity ofExisting(const std::filesystem::path& path);
     friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };
 

@@ -47,31 +47,6 @@ void removeWhileInUse(const AttachmentRegistry& registry, const AttachedImage& i
     throw std::system_error(code, std::generic_category(), path.string());
 }
 
-FileIdentity identityOfExisting(const fs::path& path)
-{
-    if (const auto identity = FileIdentity::of(path))
-        return *identity;
-    bytes::throwErrno(path.string());
-}
-
-Slice sliceOf(const udif::Partition& partition)
-{
-    return {partition.slice, partition.type, partition.typeID,
-        partition.firstSector * udif::sectorBytes, partition.sectorCount * udif::sectorBytes};
-}
-
-bool mayWrite(const udif::DiskImage& disk, AttachOptions::Access access)
-{
-    if (disk.format().format != udif::ImageFormat::UDRW
-        || access == AttachOptions::Access::readOnly)
-        return false;
-    if (::access(disk.path().c_str(), W_OK) == 0)
-        return true;
-    if (access == AttachOptions::Access::readWrite)
-        bytes::throwErrno(disk.path().string());
-    return false;
-}
-
 /// Absolute, without "." and trailing slashes.
 std::string mountPointNamed(const fs::path& path)
 {
@@ -132,42 +107,6 @@ std::string lostOnReadOnly(const AttachedImage& image, const fs::path& snapshot)
 
 } // namespace
 
-/// An image with its volume, read, and what the registry will keep of them.
-struct AttachedVolumes::Opened {
-    Opened(const fs::path& path, const AttachOptions& options);
-
-    udif::DiskImage disk;
-    std::optional<bytes::SourceRange> partition;
-    std::optional<hfsplus::Volume> volume;
-    AttachedImage facts;
-};
-
-AttachedVolumes::Opened::Opened(const fs::path& path, const AttachOptions& options)
-    : disk(udif::DiskImage::open(path))
-{
-    const udif::PartitionMap& map = disk.partitions();
-    const udif::Partition* mountable = map.hfsPlusPartition();
-    if (mountable == nullptr)
-        throw VolumeError(VolumeError::Case::noMountableFileSystems);
-
-    facts.image = path;
-    facts.identity = identityOfExisting(path);
-    facts.imageType = disk.format().imageType;
-    facts.sectors = disk.sectorCount();
-    facts.content = udif::contentOf(map.scheme);
-    if (map.scheme != udif::PartitionScheme::bare) {
-        for (const udif::Partition& each : map.partitions)
-            facts.slices.push_back(sliceOf(each));
-    }
-    facts.volume = sliceOf(*mountable);
-
-    partition.emplace(disk.disk(), facts.volume.start, facts.volume.length);
-    volume.emplace(*partition);
-    facts.writable = mayWrite(disk, options.access) && hfsplus::canBeEdited(*volume);
-    facts.volumeName = volume->name();
-    facts.createDate = volume->header().createDate;
-}
-
 AttachedVolumes::AttachedVolumes(StateFolder state, Appearance preferred)
     : m_registry(std::move(state))
     , m_preferred(preferred)
@@ -175,9 +114,9 @@ AttachedVolumes::AttachedVolumes(StateFolder state, Appearance preferred)
 
 AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions& options)
 {
-    identityOfExisting(image); // a missing file is no reason to make folders
+    FileIdentity::ofExisting(image); // a missing file is no reason to make folders
     state().make();
-    const Opened opened(image, options);
+    const OpenedImage opened(image, options.access);
     Claim claimed = claim(opened, options);
     AttachResult result{std::move(claimed.image), {}};
     if (!claimed.held)
@@ -199,7 +138,8 @@ AttachResult AttachedVolumes::attach(const fs::path& image, const AttachOptions&
 }
 
 /// Hands back a line for each file that can't be shown.
-std::vector<std::string> AttachedVolumes::show(const Opened& opened, AttachedImage& entry) const
+std::vector<std::string> AttachedVolumes::show(
+    const OpenedImage& opened, AttachedImage& entry) const
 {
     const fs::path snapshotFile = m_registry.snapshotFile(entry.disk);
     if (m_preferred == Appearance::mounted) {
@@ -215,7 +155,7 @@ std::vector<std::string> AttachedVolumes::show(const Opened& opened, AttachedIma
 
 /// False where the host lets nobody mount.
 bool AttachedVolumes::mount(
-    const Opened& opened, const hfsplus::LayoutPlan& plan, AttachedImage& entry) const
+    const OpenedImage& opened, const hfsplus::LayoutPlan& plan, AttachedImage& entry) const
 {
     const auto snapshot = mounting::mountVolume(*opened.volume, plan,
         {.folder = entry.folder,
@@ -233,7 +173,7 @@ bool AttachedVolumes::mount(
 }
 
 AttachedVolumes::Claim AttachedVolumes::claim(
-    const Opened& opened, const AttachOptions& options) const
+    const OpenedImage& opened, const AttachOptions& options) const
 {
     for (;;) {
         std::optional<bytes::Uninterrupted> whole(std::in_place);
@@ -241,7 +181,7 @@ AttachedVolumes::Claim AttachedVolumes::claim(
         m_registry.sweep();
         const auto known = attachedAs(opened.facts.identity);
         if (known && !known->writable && opened.facts.writable
-            && options.access == AttachOptions::Access::readWrite)
+            && options.access == Access::readWrite)
             throw VolumeError(VolumeError::Case::attachedAlready);
         if (known && (known->isMounted() || (known->stage == Stage::unmounted && !options.mount)))
             return {*known, std::nullopt, std::nullopt};

@@ -3,14 +3,14 @@
 #include "bytes/Interruption.h"
 #include "hfsplus/LayoutPlan.h"
 #include "volumes/AttachmentRegistry.h"
+#include "volumes/OpenedImage.h"
 #include "volumes/VolumeError.h"
 
 namespace volumes {
 
 struct AttachOptions {
-    enum class Access { whatIsPossible, readOnly, readWrite };
+    using Access = volumes::Access;
 
-    /// `readWrite` of a compressed image attaches it read-only, as a Mac does.
     Access access = Access::whatIsPossible;
     bool mount = true;
     /// As a Mac has it; "/Volumes/" and the volume's name when empty. Outside /Volumes it must be
@@ -82,7 +82,6 @@ public:
     bool isBeingWritten(const std::filesystem::path& image) const;
 
 private:
-    struct Opened;
     struct Claim {
         AttachedImage image;
         std::optional<FileLock> held; // none when there is nothing left to do
@@ -90,11 +89,12 @@ private:
         std::optional<bytes::Uninterrupted> whole;
     };
 
-    Claim claim(const Opened& opened, const AttachOptions& options) const;
+    Claim claim(const OpenedImage& opened, const AttachOptions& options) const;
     std::optional<AttachedImage> attachedAs(const FileIdentity& identity) const;
     void chooseFolder(AttachedImage& image, const AttachOptions& options) const;
-    std::vector<std::string> show(const Opened& opened, AttachedImage& entry) const;
-    bool mount(const Opened& opened, const hfsplus::LayoutPlan& plan, AttachedImage& entry) const;
+    std::vector<std::string> show(const OpenedImage& opened, AttachedImage& entry) const;
+    bool mount(
+        const OpenedImage& opened, const hfsplus::LayoutPlan& plan, AttachedImage& entry) const;
     void checkUnused(const AttachedImage& image) const;
     void save(const AttachedImage& image) const;
     std::string writeBack(AttachedImage& image, std::optional<uint32_t> fixedTime) const;
