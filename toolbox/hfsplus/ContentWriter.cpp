@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -227,8 +226,8 @@ void ContentWriter::writeAll(const Progress& progress) const
     bytes::OrderedPipeline(0).run(
         all.size(),
         [this, &all] {
-            return [&all, thread = std::make_unique<Thread>(*this)](
-                       uint64_t job) { return thread->copy(all[job]); };
+            return [&all, thread = Thread(*this)](
+                       uint64_t job) mutable { return thread.copy(all[job]); };
         },
         [&](uint64_t, uint64_t length) {
             done += length;

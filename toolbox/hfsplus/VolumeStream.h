@@ -13,8 +13,8 @@ namespace hfsplus {
 class VolumeStream {
 public:
     VolumeStream(bytes::ByteDevice& device, uint64_t start);
-    VolumeStream(const VolumeStream&) = delete;
-    VolumeStream& operator=(const VolumeStream&) = delete;
+    VolumeStream(VolumeStream&&) = default;
+    VolumeStream& operator=(VolumeStream&&) = delete;
 
     /// Where the next byte goes.
     uint64_t position() const { return m_start + m_filled; }
