@@ -3,6 +3,7 @@
 #ifdef __linux__
 
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QList>
@@ -39,8 +40,10 @@ void unmount(const QByteArray& folder)
 void unmountVolumesBelow(const QString& folder)
 {
     const QFileInfo place(folder);
-    const QByteArray inside = QFile::encodeName(
-        QFileInfo(place.path()).canonicalFilePath() + u'/' + place.fileName() + u'/');
+    const QString parent = QFileInfo(place.path()).canonicalFilePath();
+    if (parent.isEmpty())
+        return;
+    const QByteArray inside = QFile::encodeName(QDir(parent).filePath(place.fileName()) + u'/');
     QFile table(u"/proc/self/mountinfo"_s);
     if (!table.open(QIODevice::ReadOnly))
         return;

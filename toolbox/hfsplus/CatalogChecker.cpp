@@ -260,7 +260,7 @@ void CatalogChecker::checkSymlink(const CatalogFile& file, const std::string& wh
     m_findings.prefer(byMode == byType,
         who + ": its mode and its Finder type disagree about being a symbolic link");
     const uint64_t size = file.dataFork.logicalSize;
-    m_findings.expect(!byMode || (size > 0 && size <= 1023),
+    m_findings.expect(!byMode || (size > 0 && size <= maximumLinkTarget),
         who + ": a symbolic link's target has no valid length");
 }
 

@@ -18,7 +18,6 @@ using bytes::FormatError;
 
 namespace {
 
-constexpr uint32_t maximumTarget = 1023; // bytes of a link's target, as a Mac allows
 constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
 
 uint32_t dateOf(int64_t nanoseconds)
@@ -58,7 +57,7 @@ std::string targetOf(const HostFolder& host, const std::string& path)
     const ssize_t length = ::readlinkat(folder.descriptor(), name.c_str(), target, sizeof target);
     if (length < 0)
         bytes::throwErrno(path);
-    if (length > ssize_t{maximumTarget})
+    if (length > ssize_t{maximumLinkTarget})
         throw SourceError(path, "the link's target is too long");
     return {target, static_cast<std::size_t>(length)};
 }

@@ -61,6 +61,7 @@ public:
     {
         struct stat status { };
         m_base.status(".", status);
+        m_device = status.st_dev;
         m_items.push_back(itemFrom("", status));
         m_unlisted.push_back(0);
         while (!m_unlisted.empty()) {
@@ -89,7 +90,11 @@ private:
         }
         struct stat status { };
         for (const std::string& name : namesIn(folder, path))
-            if (folder.status(name.c_str(), status))
+            if (!folder.status(name.c_str(), status))
+                continue;
+            else if (S_ISDIR(status.st_mode) && status.st_dev != m_device)
+                m_problems.push_back({prefix + name, "another volume is mounted there"});
+            else
                 addItem(folder, name, itemFrom(prefix + name, status));
     }
 
@@ -124,6 +129,7 @@ private:
     const HostFolder& m_base;
     const FolderSnapshot& m_snapshot;
     const UntouchedFolder& m_isUntouched;
+    dev_t m_device = 0; // of the whole folder
     std::vector<HostItem> m_items;
     std::vector<std::size_t> m_unlisted; // folders among the items
     std::vector<SourceError::Problem> m_problems;

@@ -22,8 +22,6 @@ namespace hfsplus {
 
 namespace {
 
-constexpr std::size_t maximumTarget = 1023; // bytes of a link's target, as a Mac allows
-
 struct CloseDirectory {
     void operator()(DIR* stream) const { ::closedir(stream); }
 };
@@ -87,11 +85,11 @@ ScannedObject objectFrom(const struct statx& status)
 
 uint64_t targetLength(int folder, const std::string& name, const std::string& path)
 {
-    char target[maximumTarget + 1];
+    char target[maximumLinkTarget + 1];
     const ssize_t length = ::readlinkat(folder, name.c_str(), target, sizeof target);
     if (length < 0)
         throw SourceError(path, reasonFor(errno));
-    if (length > static_cast<ssize_t>(maximumTarget))
+    if (length > static_cast<ssize_t>(maximumLinkTarget))
         throw SourceError(path, "the link's target is too long");
     return static_cast<uint64_t>(length);
 }

@@ -10,6 +10,9 @@
 /// UTF-16, at most 255 units, ':' separates). The two swap ':' and '/' where they meet.
 namespace hfsplus {
 
+/// Bytes of a symbolic link's target, as a Mac allows.
+constexpr std::size_t maximumLinkTarget = 1023;
+
 /// The stored name for a file or folder of the host. Bytes that are not UTF-8 become "%XX", and
 /// U+2400 becomes the NUL of the system's private names. Throws std::system_error that names the
 /// file: ENAMETOOLONG past 255 units, EINVAL for "", ".", ".." and for names with '/' or NUL.

@@ -44,6 +44,12 @@ void getAttribute(fuse_req_t request, fuse_ino_t number, const char* name, std::
                 return replySized(request, "1", size);
             throw std::system_error(ENODATA, std::generic_category());
         }
+        if (std::string_view(name) == writtenAttribute) {
+            const bool isRoot = number == VolumeTree::rootNumber;
+            if (isRoot ? tree.contents().hasWriters() : tree.node(number).writers > 0)
+                return replySized(request, "1", size);
+            throw std::system_error(ENODATA, std::generic_category());
+        }
         const auto value = tree.attributes().value(tree.node(number), name);
         replySized(request, {reinterpret_cast<const char*>(value.data()), value.size()}, size);
     });

@@ -27,6 +27,15 @@ std::string ownName(std::string_view name)
     return std::string(name.substr(prefix.size()));
 }
 
+/// Of the list of names that a program gets.
+std::size_t listBytes(const Attributes& attributes)
+{
+    std::size_t sum = 0;
+    for (const auto& [name, value] : attributes)
+        sum += prefix.size() + name.size() + 1;
+    return sum;
+}
+
 } // namespace
 
 AttributeStore::AttributeStore(const hfsplus::Volume& volume)
@@ -102,6 +111,8 @@ void AttributeStore::set(
         failAttribute(EEXIST);
     if (!isThere && setting == Setting::mustExist)
         failAttribute(ENODATA);
+    if (!isThere && listBytes(attributes) + prefix.size() + own.size() + 1 > XATTR_LIST_MAX)
+        failAttribute(ENOSPC);
     attributes[own].assign(value.begin(), value.end());
     touch(node);
 }

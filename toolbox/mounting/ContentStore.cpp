@@ -19,9 +19,9 @@ public:
         : m_store(store)
         , m_node(node)
     {
-        m_store.open(m_node);
+        m_store.open(m_node, Access::read);
     }
-    ~OpenNode() { m_store.close(m_node); }
+    ~OpenNode() { m_store.close(m_node, Access::read); }
     OpenNode(const OpenNode&) = delete;
     OpenNode& operator=(const OpenNode&) = delete;
 
@@ -37,13 +37,21 @@ ContentStore::ContentStore(const hfsplus::Volume& volume, fs::path scratchFolder
     , m_freeBlocks(volume.header().freeBlocks)
 { }
 
-void ContentStore::open(Node& node)
+void ContentStore::open(Node& node, Access access)
 {
     ++node.opened;
+    if (access == Access::write) {
+        ++node.writers;
+        ++m_writers;
+    }
 }
 
-void ContentStore::close(Node& node)
+void ContentStore::close(Node& node, Access access)
 {
+    if (access == Access::write) {
+        --node.writers;
+        --m_writers;
+    }
     if (--node.opened > 0)
         return;
     node.stored.reset();
@@ -75,9 +83,15 @@ void ContentStore::write(Node& node, uint64_t offset, std::span<const std::byte>
     const OpenNode held(*this, node);
     const uint64_t end = offset + in.size();
     File& file = rewritten(node, node.size);
-    reserve(node, std::max(node.size, end));
-    file.writeAt(offset, in);
-    node.size = std::max(node.size, end);
+    const uint64_t size = std::max(node.size, end);
+    reserve(node, size);
+    try {
+        file.writeAt(offset, in);
+    } catch (const std::system_error&) {
+        giveBack(node, size, file);
+        throw;
+    }
+    node.size = size;
     touch(node);
     node.modified = node.changed;
 }
@@ -87,10 +101,22 @@ void ContentStore::resize(Node& node, uint64_t size)
     const OpenNode held(*this, node);
     File& file = rewritten(node, std::min(node.size, size));
     reserve(node, size);
-    file.resize(size);
+    try {
+        file.resize(size);
+    } catch (const std::system_error&) {
+        giveBack(node, size, file);
+        throw;
+    }
     node.size = size;
     touch(node);
     node.modified = node.changed;
+}
+
+void ContentStore::show(Node& node, std::span<const std::byte> content)
+{
+    const OpenNode held(*this, node);
+    rewritten(node, 0).writeAt(0, content);
+    node.size = content.size();
 }
 
 void ContentStore::drop(Node& node)
@@ -154,6 +180,17 @@ void ContentStore::reserve(Node& node, uint64_t size)
     if (wanted > had && wanted - had > m_freeBlocks)
         throw std::system_error(ENOSPC, std::generic_category());
     m_freeBlocks = m_freeBlocks + had - wanted;
+}
+
+/// After the host has failed: what it may have written of it must not show when the file grows.
+void ContentStore::giveBack(Node& node, uint64_t reserved, File& file)
+{
+    m_freeBlocks = m_freeBlocks + blocksOf(reserved) - blocksOf(node.size);
+    try {
+        file.resize(node.size);
+    } catch (const std::system_error&) {
+        // The first failure is the one to tell of.
+    }
 }
 
 } // namespace mounting

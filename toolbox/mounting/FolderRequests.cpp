@@ -19,44 +19,60 @@ struct Listing {
         uint64_t number = 0;
     };
     std::vector<Name> names;
+    bool isFresh = true; // nothing was read of it yet
 };
+
+Listing listingOf(const Node& folder)
+{
+    if (!folder.isFolder())
+        throw std::system_error(ENOTDIR, std::generic_category());
+    Listing listing;
+    const Node* parent = folder.folder->parent;
+    listing.names.push_back({".", folder.number});
+    listing.names.push_back({"..", parent != nullptr ? parent->number : folder.number});
+    for (const auto& [name, child] : folder.folder->children)
+        listing.names.push_back({name, child->number});
+    return listing;
+}
 
 void openFolder(fuse_req_t request, fuse_ino_t number, fuse_file_info* file)
 {
     answer(request, [&](VolumeTree& tree) {
-        const Node& node = tree.node(number);
-        if (!node.isFolder())
-            throw std::system_error(ENOTDIR, std::generic_category());
-        auto listing = std::make_unique<Listing>();
-        const Node* parent = node.folder->parent;
-        listing->names.push_back({".", number});
-        listing->names.push_back({"..", parent != nullptr ? parent->number : number});
-        for (const auto& [name, child] : node.folder->children)
-            listing->names.push_back({name, child->number});
+        auto listing = std::make_unique<Listing>(listingOf(tree.node(number)));
         file->fh = reinterpret_cast<uintptr_t>(listing.get());
         if (fuse_reply_open(request, file) == 0)
             static_cast<void>(listing.release());
     });
 }
 
-const Listing& listingOf(const fuse_file_info* file)
+Listing& openListing(const fuse_file_info* file)
 {
-    return *reinterpret_cast<const Listing*>(static_cast<uintptr_t>(file->fh));
+    return *reinterpret_cast<Listing*>(static_cast<uintptr_t>(file->fh));
+}
+
+/// Who begins again sees what is there now.
+const Listing& listingFrom(off_t offset, const Node& folder, const fuse_file_info* file)
+{
+    Listing& listing = openListing(file);
+    if (offset == 0 && !listing.isFresh)
+        listing = listingOf(folder);
+    listing.isFresh = false;
+    return listing;
 }
 
 void closeFolder(fuse_req_t request, fuse_ino_t, fuse_file_info* file)
 {
-    delete &listingOf(file);
+    delete &openListing(file);
     fuse_reply_err(request, 0);
 }
 
 void readFolder(
-    fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse_file_info* file)
+    fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset, fuse_file_info* file)
 {
     answer(request, [&](VolumeTree& tree) {
         std::vector<char> buffer(size);
         std::size_t used = 0;
-        const Listing& listing = listingOf(file);
+        const Listing& listing = listingFrom(offset, tree.node(number), file);
         for (auto at = static_cast<std::size_t>(offset); at < listing.names.size(); ++at) {
             const Listing::Name& name = listing.names[at];
             struct stat status { };
@@ -80,8 +96,8 @@ void readFolderWithStatus(
     answer(request, [&](VolumeTree& tree) {
         std::vector<char> buffer(size);
         std::size_t used = 0;
-        const Listing& listing = listingOf(file);
         Node& folder = tree.node(number);
+        const Listing& listing = listingFrom(offset, folder, file);
         for (auto at = static_cast<std::size_t>(offset); at < listing.names.size(); ++at) {
             const std::string& name = listing.names[at].name;
             const bool isDots = at < 2;

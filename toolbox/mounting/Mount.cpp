@@ -1,6 +1,7 @@
 #include "mounting/Mount.h"
 
 #include "bytes/File.h"
+#include "mounting/MountTable.h"
 #include "mounting/Requests.h"
 #include "mounting/ServingProcess.h"
 
@@ -57,6 +58,14 @@ private:
     int m_kept;
 };
 
+bytes::File openFolder(const fs::path& folder)
+{
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        bytes::throwErrno(folder.string());
+    return {descriptor, folder};
+}
+
 /// -1 or the status.
 int run(const std::array<const char*, 6>& command)
 {
@@ -87,16 +96,9 @@ std::optional<hfsplus::FolderSnapshot> mountVolume(
     return snapshot;
 }
 
-Service serviceAt(const fs::path& folder)
+bool isMountedAt(const fs::path& folder)
 {
-    struct statfs facts { };
-    if (::statfs(folder.c_str(), &facts) != 0)
-        return errno == ENOTCONN || errno == ECONNABORTED ? Service::dead : Service::none;
-    struct stat inside { };
-    struct stat outside { };
-    const bool isRoot = ::stat(folder.c_str(), &inside) == 0
-        && ::stat(folder.parent_path().c_str(), &outside) == 0 && inside.st_dev != outside.st_dev;
-    return facts.f_type == fuseMagic && isRoot ? Service::alive : Service::none;
+    return deviceMountedAt(folder).has_value();
 }
 
 bool isUntouched(int folderDescriptor)
@@ -110,14 +112,27 @@ bool isUntouched(int folderDescriptor)
     throw std::system_error(ESTALE, std::generic_category(), "mounted volume");
 }
 
+bool isBeingWritten(const fs::path& folder)
+{
+    return ::getxattr(folder.c_str(), writtenAttribute, nullptr, 0) > 0;
+}
+
 void writeOut(const fs::path& folder)
 {
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
+    const bytes::File root = openFolder(folder);
+    if (::syncfs(root.descriptor()) != 0)
         bytes::throwErrno(folder.string());
-    const bytes::File open(descriptor, folder);
-    if (::syncfs(descriptor) != 0)
-        bytes::throwErrno(folder.string());
+    if (!isBeingWritten(folder))
+        return;
+    // What a program has in its memory is handed over file by file only.
+    for (fs::recursive_directory_iterator entry(folder), end; entry != end; ++entry) {
+        if (entry->is_symlink())
+            continue;
+        if (entry->is_directory() && isUntouched(openFolder(entry->path()).descriptor()))
+            entry.disable_recursion_pending();
+        else if (entry->is_regular_file() && isBeingWritten(entry->path()))
+            bytes::File::open(entry->path(), bytes::File::Mode::read).flush();
+    }
 }
 
 void unmount(const fs::path& folder, bool lazily)

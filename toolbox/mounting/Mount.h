@@ -13,8 +13,9 @@ namespace mounting {
 struct MountOptions {
     std::filesystem::path folder; // where the volume is to appear
     std::filesystem::path scratchFolder; // for what is written to files, made when needed
-    /// As long as this file exists the volume is served; who removes it unmounts the volume.
-    std::filesystem::path entryFile;
+    /// An open file that the serving process keeps open, with the lock that is on it. As long as
+    /// the file has a name the volume is served; who removes it unmounts the volume.
+    int serviceDescriptor = -1;
     uint64_t imageDevice = 0; // these two: the open image that the volume is read from
     uint64_t imageInode = 0;
     std::string device; // "disk4s1", shown among the host's mounts
@@ -29,14 +30,15 @@ struct MountOptions {
 std::optional<hfsplus::FolderSnapshot> mountVolume(
     const hfsplus::Volume& volume, const hfsplus::LayoutPlan& plan, const MountOptions& options);
 
-enum class Service { none, alive, dead };
-
-/// Whether a volume is mounted at `folder` and its process still there.
-Service serviceAt(const std::filesystem::path& folder);
+/// Whether this process sees a volume mounted at `folder`, be its process alive or not.
+bool isMountedAt(const std::filesystem::path& folder);
 
 /// Whether nobody has changed anything in an open folder of a mounted volume. Throws
 /// std::system_error (ESTALE) for one that is no folder of a mounted volume.
 bool isUntouched(int folderDescriptor);
+
+/// Whether a program has a file of the mounted volume open for writing, or in its memory.
+bool isBeingWritten(const std::filesystem::path& folder);
 
 /// Hands what programs have written through memory to the serving process.
 void writeOut(const std::filesystem::path& folder);

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -17,10 +18,18 @@ struct Node;
 
 using Attributes = std::map<std::string, std::vector<std::byte>>;
 
+/// Names that a volume tells apart.
+struct NameOrder {
+    bool operator()(const std::u16string& a, const std::u16string& b) const;
+};
+using VolumeNames = std::set<std::u16string, NameOrder>;
+
 /// What only a folder has.
 struct FolderNode {
     std::map<std::string, Node*, std::less<>> children; // by the host's names
     Node* parent = nullptr; // null for the root and for a folder that was removed
+    /// The names as the volume has them, once somebody adds to the folder.
+    std::optional<VolumeNames> volumeNames;
 };
 
 /// A file, folder or symbolic link of a mounted volume, whatever names it has.
@@ -43,6 +52,7 @@ struct Node {
     bool isTouched = false;
     /// True once the data lies in the scratch folder and no longer counts on the volume.
     bool isRewritten = false;
+    uint32_t writers = 0; // that may hold what they have written in their memory
     uint32_t opened = 0; // while it is, one of these may be in use
     std::unique_ptr<hfsplus::ForkReader> stored;
     std::unique_ptr<bytes::File> rewritten;

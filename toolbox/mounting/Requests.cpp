@@ -155,16 +155,22 @@ void link(fuse_req_t request, fuse_ino_t number, fuse_ino_t newParent, const cha
     });
 }
 
+ContentStore::Access accessOf(const fuse_file_info* file)
+{
+    return (file->flags & O_ACCMODE) == O_RDONLY ? ContentStore::Access::read
+                                                 : ContentStore::Access::write;
+}
+
 void openFile(fuse_req_t request, fuse_ino_t number, fuse_file_info* file)
 {
     answer(request, [&](VolumeTree& tree) {
         Node& node = tree.node(number);
         if ((file->flags & O_TRUNC) != 0)
             tree.contents().resize(node, 0);
-        tree.contents().open(node);
+        tree.contents().open(node, accessOf(file));
         file->keep_cache = 1;
         if (fuse_reply_open(request, file) != 0)
-            tree.contents().close(node);
+            tree.contents().close(node, accessOf(file));
     });
 }
 
@@ -175,22 +181,22 @@ void createFile(
         const fuse_ctx& caller = *fuse_req_ctx(request);
         Node& node =
             tree.make(tree.node(parent), name, S_IFREG | (mode & 07777), caller.uid, caller.gid);
-        tree.contents().open(node);
+        tree.contents().open(node, accessOf(file));
         file->keep_cache = 1;
         ++node.lookups;
         const fuse_entry_param entry = entryOf(tree, node);
         if (fuse_reply_create(request, &entry, file) != 0) {
             --node.lookups;
-            tree.contents().close(node);
+            tree.contents().close(node, accessOf(file));
         }
     });
 }
 
-void closeFile(fuse_req_t request, fuse_ino_t number, fuse_file_info*)
+void closeFile(fuse_req_t request, fuse_ino_t number, fuse_file_info* file)
 {
     answer(request, [&](VolumeTree& tree) {
         Node& node = tree.node(number);
-        tree.contents().close(node);
+        tree.contents().close(node, accessOf(file));
         tree.dropIfUnused(node);
         fuse_reply_err(request, 0);
     });

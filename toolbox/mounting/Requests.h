@@ -10,6 +10,10 @@ namespace mounting {
 /// the volume was mounted, and folders in which nobody has changed anything.
 inline constexpr const char* untouchedAttribute = "vandor.untouched";
 
+/// The same: files that a program has open for writing or in its memory have it, and the root while
+/// there are any.
+inline constexpr const char* writtenAttribute = "vandor.written";
+
 /// What of the volume the kernel's `statfs` shows.
 struct VolumeSpace {
     uint64_t blockSize = 0, blocks = 0;

@@ -1,6 +1,7 @@
 #include "mounting/ServingProcess.h"
 
 #include "bytes/File.h"
+#include "mounting/MountTable.h"
 #include "mounting/Requests.h"
 
 #define FUSE_USE_VERSION 314
@@ -16,6 +17,7 @@
 #include <poll.h>
 #include <string_view>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -55,8 +57,8 @@ std::vector<int> openDescriptors()
 void closeAllBut(int session, const MountOptions& options)
 {
     for (const int descriptor : openDescriptors()) {
-        const bool isKept =
-            descriptor <= STDERR_FILENO || descriptor == session || isImage(descriptor, options);
+        const bool isKept = descriptor <= STDERR_FILENO || descriptor == session
+            || descriptor == options.serviceDescriptor || isImage(descriptor, options);
         if (!isKept)
             ::close(descriptor);
     }
@@ -100,17 +102,21 @@ fuse_session* mountedSession(ServedVolume& volume, const MountOptions& options)
     return session;
 }
 
-void serve(fuse_session& session, const fs::path& entryFile)
+bool hasName(int descriptor)
+{
+    struct stat status { };
+    return ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
+}
+
+void serve(fuse_session& session, int serviceDescriptor)
 {
     using Clock = std::chrono::steady_clock;
     fuse_buf buffer{};
     auto next = Clock::now() + glance;
     while (fuse_session_exited(&session) == 0) {
         if (Clock::now() >= next) {
-            if (::access(entryFile.c_str(), F_OK) != 0) {
-                fuse_session_unmount(&session);
+            if (!hasName(serviceDescriptor))
                 break;
-            }
             next = Clock::now() + glance;
         }
         pollfd waiting{fuse_session_fd(&session), POLLIN, 0};
@@ -127,6 +133,35 @@ void serve(fuse_session& session, const fs::path& entryFile)
         fuse_session_process_buf(&session, &buffer);
     }
     std::free(buffer.mem);
+}
+
+/// Each file that programs write to takes a descriptor.
+void allowManyDescriptors()
+{
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// The process that serves, from its first moment to its end.
+[[noreturn]] void mountAndServe(ServedVolume& volume, const MountOptions& options, int answer)
+{
+    leaveTheAskingProcess();
+    allowManyDescriptors();
+    fuse_session* session = mountedSession(volume, options);
+    if (session == nullptr)
+        ::_exit(EXIT_FAILURE);
+    const auto device = deviceMountedAt(options.folder);
+    if (::write(answer, "1", 1) == 1) {
+        closeAllBut(fuse_session_fd(session), options);
+        serve(*session, options.serviceDescriptor);
+    }
+    // Another volume may be mounted there by now, while programs still hold on to this one.
+    if (device && device == deviceMountedAt(options.folder))
+        fuse_session_unmount(session);
+    ::_exit(EXIT_SUCCESS);
 }
 
 } // namespace
@@ -152,13 +187,7 @@ bool startServing(ServedVolume& volume, const MountOptions& options)
     // Twice, so that nobody has to wait for the process that stays.
     if (::fork() != 0)
         ::_exit(EXIT_SUCCESS);
-    leaveTheAskingProcess();
-    fuse_session* session = mountedSession(volume, options);
-    if (session == nullptr || ::write(ends[1], "1", 1) != 1)
-        ::_exit(EXIT_FAILURE);
-    closeAllBut(fuse_session_fd(session), options);
-    serve(*session, options.entryFile);
-    ::_exit(EXIT_SUCCESS);
+    mountAndServe(volume, options, ends[1]);
 }
 
 } // namespace mounting

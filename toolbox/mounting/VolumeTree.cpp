@@ -2,6 +2,7 @@
 
 #include "bytes/FormatError.h"
 #include "hfsplus/HostFolder.h"
+#include "hfsplus/NameOrder.h"
 #include "hfsplus/Names.h"
 #include "macfile/AppleDouble.h"
 
@@ -158,7 +159,7 @@ void VolumeTree::addCompanion(Node& node, Node& folder, std::string_view name)
     companion.owner = node.owner;
     companion.group = node.group;
     enter(companion, place, companionName);
-    m_contents.write(companion, 0, macfile::writeAppleDouble(metadata));
+    m_contents.show(companion, macfile::writeAppleDouble(metadata));
 }
 
 FolderSnapshot VolumeTree::snapshot() const
@@ -207,7 +208,7 @@ Node* VolumeTree::find(Node& folder, std::string_view name)
 
 bool VolumeTree::isUntouched(const Node& node) const
 {
-    if (node.isTouched)
+    if (node.isTouched || node.writers > 0)
         return false;
     return !node.isFolder() || std::ranges::all_of(node.folder->children, [this](auto& child) {
         return isUntouched(*child.second);
@@ -231,15 +232,38 @@ struct stat VolumeTree::status(const Node& node) const
     return status;
 }
 
-void VolumeTree::checkFree(Node& folder, const std::string& name) const
+bool NameOrder::operator()(const std::u16string& a, const std::u16string& b) const
+{
+    return hfsplus::compareNames(a, b) < 0;
+}
+
+/// A name that the volume takes for one it has is not free either, but for that of `renamed`.
+void VolumeTree::checkFree(Node& folder, const std::string& name, const std::string* renamed) const
 {
     if (!folder.isFolder())
         fail(ENOTDIR);
     if (folder.folder->parent == nullptr && folder.number != rootNumber)
         fail(ENOENT); // it was removed
-    hfsplus::nameFromHost(name);
+    const std::u16string onVolume = hfsplus::nameFromHost(name);
     if (folder.folder->children.contains(name))
         fail(EEXIST);
+    if (m_volume.isCaseSensitive())
+        return;
+    const bool isRenamed =
+        renamed != nullptr && hfsplus::compareNames(hfsplus::nameFromHost(*renamed), onVolume) == 0;
+    if (!isRenamed && namesOf(folder).contains(onVolume))
+        fail(EEXIST);
+}
+
+VolumeNames& VolumeTree::namesOf(Node& folder)
+{
+    std::optional<VolumeNames>& names = folder.folder->volumeNames;
+    if (!names) {
+        names.emplace();
+        for (const auto& [name, child] : folder.folder->children)
+            names->insert(hfsplus::nameFromHost(name));
+    }
+    return *names;
 }
 
 Node& VolumeTree::childOf(Node& folder, std::string_view name)
@@ -253,6 +277,8 @@ Node& VolumeTree::childOf(Node& folder, std::string_view name)
 void VolumeTree::enter(Node& node, Node& folder, const std::string& name)
 {
     folder.folder->children.emplace(name, &node);
+    if (folder.folder->volumeNames)
+        folder.folder->volumeNames->insert(hfsplus::nameFromHost(name));
     ++node.links;
     if (node.isFolder())
         node.folder->parent = &folder;
@@ -261,6 +287,8 @@ void VolumeTree::enter(Node& node, Node& folder, const std::string& name)
 void VolumeTree::leave(Node& node, Node& folder, const std::string& name)
 {
     folder.folder->children.erase(name);
+    if (folder.folder->volumeNames)
+        folder.folder->volumeNames->erase(hfsplus::nameFromHost(name));
     --node.links;
     if (node.isFolder())
         node.folder->parent = nullptr;
@@ -283,6 +311,8 @@ Node& VolumeTree::makeSymlink(
     Node& folder, const std::string& name, const std::string& target, uid_t owner, gid_t group)
 {
     checkFree(folder, name);
+    if (target.size() > hfsplus::maximumLinkTarget)
+        fail(ENAMETOOLONG);
     Node& node = add(S_IFLNK | 0777);
     node.owner = owner;
     node.group = group;
@@ -354,7 +384,7 @@ void VolumeTree::rename(Node& folder, const std::string& name, Node& newFolder,
     if (other == &node)
         return;
     if (other == nullptr) {
-        checkFree(newFolder, newName);
+        checkFree(newFolder, newName, &folder == &newFolder ? &name : nullptr);
     } else {
         if (way == Renaming::keep)
             fail(EEXIST);

@@ -61,7 +61,9 @@ private:
     Node& addFromVolume(const hfsplus::LayoutPlan::Item& item);
     void addCompanion(Node& node, Node& folder, std::string_view name);
     Node& childOf(Node& folder, std::string_view name);
-    void checkFree(Node& folder, const std::string& name) const;
+    void checkFree(
+        Node& folder, const std::string& name, const std::string* renamed = nullptr) const;
+    static VolumeNames& namesOf(Node& folder);
     void enter(Node& node, Node& folder, const std::string& name);
     void leave(Node& node, Node& folder, const std::string& name);
     void takeSnapshot(const Node& folder, const std::string& path,

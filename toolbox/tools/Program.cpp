@@ -3,13 +3,31 @@
 #include "bytes/Interruption.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <iostream>
+#include <unistd.h>
 #include <vector>
 
 namespace tools {
 
+namespace {
+
+/// Who was started without standard streams would have the first files that it opens in their
+/// place.
+void fillStandardStreams()
+{
+    int descriptor = ::open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO)
+        descriptor = ::open("/dev/null", O_RDWR);
+    if (descriptor > STDERR_FILENO)
+        ::close(descriptor);
+}
+
+} // namespace
+
 int runProgram(int argc, char* argv[], Command command)
 {
+    fillStandardStreams();
     // A closed pipe and a file that may not grow are failures of a write, like any other.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

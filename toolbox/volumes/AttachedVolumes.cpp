@@ -12,6 +12,7 @@
 #include "volumes/DeviceName.h"
 #include "volumes/MountName.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <ctime>
@@ -157,16 +158,20 @@ std::vector<std::string> AttachedVolumes::show(
 bool AttachedVolumes::mount(
     const OpenedImage& opened, const hfsplus::LayoutPlan& plan, AttachedImage& entry) const
 {
+    const fs::path serviceFile = m_registry.serviceFile(entry.disk);
+    const FileLock service = FileLock::wait(serviceFile);
     const auto snapshot = mounting::mountVolume(*opened.volume, plan,
         {.folder = entry.folder,
             .scratchFolder = m_registry.scratchFolder(entry.disk),
-            .entryFile = m_registry.entryFile(entry.disk),
+            .serviceDescriptor = service.descriptor(),
             .imageDevice = entry.identity.device,
             .imageInode = entry.identity.inode,
             .device = entry.volumeDevice(),
             .readOnly = !entry.writable});
-    if (!snapshot)
+    if (!snapshot) {
+        fs::remove(serviceFile);
         return false;
+    }
     entry.isServed = true;
     snapshot->save(m_registry.snapshotFile(entry.disk));
     return true;
@@ -247,6 +252,8 @@ void AttachedVolumes::chooseFolder(AttachedImage& image, const AttachOptions& op
         throwError(ENOENT, image.folder);
     } else if (!fs::is_empty(image.folder)) {
         throwError(ENOTEMPTY, image.folder);
+    } else {
+        image.folder = fs::canonical(image.folder);
     }
 }
 
@@ -289,13 +296,21 @@ void AttachedVolumes::checkUnused(const AttachedImage& image) const
 {
     if (auto process = processUsing(image.folder))
         throw VolumeError(VolumeError::Case::busy, {}, std::move(*process));
+    const bool holdsAnother = std::ranges::any_of(m_registry.list(), [&](const auto& other) {
+        return other.folder.string().starts_with(image.folder.string() + '/');
+    });
+    if (holdsAnother || (image.isServed && mounting::isBeingWritten(image.folder)))
+        throw VolumeError(VolumeError::Case::busy);
 }
 
 std::string AttachedVolumes::writeBack(
     AttachedImage& image, std::optional<uint32_t> fixedTime) const
 {
-    if (image.isServed)
+    if (image.isServed) {
+        if (!mounting::isMountedAt(image.folder))
+            throw VolumeError(VolumeError::Case::outOfSight);
         mounting::writeOut(image.folder);
+    }
     const auto before = hfsplus::FolderSnapshot::load(m_registry.snapshotFile(image.disk));
     const auto place = image.currentPlace();
     if (!place)

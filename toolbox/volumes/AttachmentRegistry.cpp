@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -17,6 +18,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace volumes {
@@ -156,14 +158,47 @@ void AttachmentRegistry::makeFolder(const AttachedImage& image) const
     throw std::system_error(failure, std::generic_category(), image.folder.string());
 }
 
-/// Also what a process of another tool serves, or served until it was killed.
+/// However the volume looks from here: another user's or another mount name space's tools may see
+/// it, and a process that doesn't answer is asked nothing.
+bool AttachmentRegistry::isServedNow(unsigned disk) const
+{
+    const fs::path file = serviceFile(disk);
+    return fs::exists(file) && !FileLock::tryNow(file);
+}
+
+/// Unmounts, or lets the process do it that may.
+void AttachmentRegistry::endService(const AttachedImage& image) const
+{
+    constexpr auto patience = std::chrono::seconds(10);
+    constexpr auto glance = std::chrono::milliseconds(20);
+    if (!image.folder.empty() && mounting::isMountedAt(image.folder)) {
+        try {
+            mounting::unmount(image.folder, true);
+        } catch (const std::system_error&) {
+            // Whoever mounted it has the right.
+        }
+    }
+    fs::remove(serviceFile(image.disk));
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (mounting::isMountedAt(image.folder)) {
+        if (std::chrono::steady_clock::now() > end)
+            throw std::system_error(EBUSY, std::generic_category(), image.folder.string());
+        std::this_thread::sleep_for(glance);
+    }
+}
+
+/// Under a mounted volume lies an empty folder. What somebody put there since is not ours.
 void AttachmentRegistry::discardFolder(const AttachedImage& image) const
 {
-    if (!image.folder.empty() && mounting::serviceAt(image.folder) != mounting::Service::none)
-        mounting::unmount(image.folder, true);
+    const bool wasServed = image.isServed || fs::exists(serviceFile(image.disk));
+    if (wasServed)
+        endService(image);
     if (image.ownsFolder && !image.folder.empty()) {
-        removeTree(image.folder);
-    } else if (std::error_code gone; fs::is_directory(image.folder, gone)) {
+        if (wasServed)
+            ::rmdir(image.folder.c_str());
+        else
+            removeTree(image.folder);
+    } else if (std::error_code gone; !wasServed && fs::is_directory(image.folder, gone)) {
         for (const fs::directory_entry& entry : fs::directory_iterator(image.folder))
             removeTree(entry.path());
     }
@@ -196,8 +231,7 @@ bool AttachmentRegistry::isStale(const AttachedImage& image) const
     case AttachedImage::Stage::discarding:
         return true;
     case AttachedImage::Stage::mounted:
-        return image.isServed ? mounting::serviceAt(image.folder) != mounting::Service::alive
-                              : !fs::is_directory(image.folder);
+        return image.isServed ? !isServedNow(image.disk) : !fs::is_directory(image.folder);
     case AttachedImage::Stage::unmounted:
         return FileIdentity::of(image.image) != image.identity;
     }
@@ -251,8 +285,13 @@ std::vector<AttachedImage> AttachmentRegistry::sweep() const
         } else if (!isStale(*image) || !finish(*image)) {
             continue;
         }
-        remove(*image);
-        gone.push_back(std::move(*image));
+        try {
+            remove(*image);
+            gone.push_back(std::move(*image));
+        } catch (const std::exception&) {
+            // One that can't be tidied away must not keep others from being used.
+            nobodyWorks = false;
+        }
     }
     if (nobodyWorks)
         removeUnfinishedFiles();
@@ -267,6 +306,11 @@ fs::path AttachmentRegistry::entryFile(unsigned disk) const
 fs::path AttachmentRegistry::lockFile(unsigned disk) const
 {
     return m_state.attached() / ("disk" + std::to_string(disk) + ".lock");
+}
+
+fs::path AttachmentRegistry::serviceFile(unsigned disk) const
+{
+    return m_state.attached() / ("disk" + std::to_string(disk) + ".service");
 }
 
 fs::path AttachmentRegistry::changesFile(unsigned disk) const

@@ -38,6 +38,8 @@ public:
     /// The same without the entry, which stays as an image that is attached and not mounted.
     void unmount(AttachedImage& image) const;
 
+    /// What the process that serves a mounted volume keeps locked; it ends when the file is gone.
+    std::filesystem::path serviceFile(unsigned disk) const;
     /// Where the state of the files at attach time is kept.
     std::filesystem::path snapshotFile(unsigned disk) const;
     /// Where the files of a mounted volume lie that were written to.
@@ -62,6 +64,8 @@ private:
     bool finish(const AttachedImage& image) const;
     void removeUnfinishedFiles() const;
     std::filesystem::path ownFolder(const std::filesystem::path& folder) const;
+    bool isServedNow(unsigned disk) const;
+    void endService(const AttachedImage& image) const;
     void discardFolder(const AttachedImage& image) const;
 
     StateFolder m_state;

@@ -27,6 +27,19 @@ bool leadsInto(const std::string& folder, const fs::path& link)
         && (target.size() == folder.size() || target[folder.size()] == '/');
 }
 
+/// Files in a process's memory may have been closed.
+bool hasInMemory(const std::string& folder, const fs::path& process)
+{
+    std::ifstream maps(process / "maps");
+    for (std::string line; std::getline(maps, line);) {
+        const std::size_t path = line.find('/'); // the last of its columns, and the first slash
+        if (path != std::string::npos && line.compare(path, folder.size(), folder) == 0
+            && line.size() > path + folder.size() && line[path + folder.size()] == '/')
+            return true;
+    }
+    return false;
+}
+
 bool holdsSomethingIn(const std::string& folder, const fs::path& process)
 {
     if (leadsInto(folder, process / "cwd") || leadsInto(folder, process / "exe"))
@@ -37,7 +50,7 @@ bool holdsSomethingIn(const std::string& folder, const fs::path& process)
         if (leadsInto(folder, entry->path()))
             return true;
     }
-    return false;
+    return hasInMemory(folder, process);
 }
 
 std::string programOf(pid_t id)

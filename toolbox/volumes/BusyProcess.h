@@ -15,8 +15,8 @@ struct BusyProcess {
     std::string parentProgram;
 };
 
-/// The first process other than this one that works in `folder` or has a file open there. Processes
-/// of other users don't count: an unprivileged process can't see what they hold.
+/// The first process other than this one that works in `folder` or has a file open or in its memory
+/// there. Processes of other users don't count: an unprivileged process can't see what they hold.
 std::optional<BusyProcess> processUsing(const std::filesystem::path& folder);
 
 } // namespace volumes

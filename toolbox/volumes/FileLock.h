@@ -18,6 +18,9 @@ public:
     FileLock& operator=(FileLock&& other) noexcept;
     ~FileLock();
 
+    /// Of the file. Copies of it that other processes have keep the lock, too.
+    int descriptor() const { return m_descriptor; }
+
 private:
     explicit FileLock(int descriptor)
         : m_descriptor(descriptor)

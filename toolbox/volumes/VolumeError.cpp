@@ -15,6 +15,8 @@ std::string textOf(VolumeError::Case which, const std::string& detail)
         return "No such file or directory";
     case VolumeError::Case::busy:
         return "Resource busy";
+    case VolumeError::Case::outOfSight:
+        return "another program has unmounted the volume, or this one can't see it";
     case VolumeError::Case::full:
         return "No space left on the volume" + (detail.empty() ? "" : " (" + detail + ")");
     }

@@ -14,6 +14,7 @@ public:
         attachedAlready, // in a way that excludes what was asked
         notAttached,
         busy, // a process works inside; `process` says which
+        outOfSight, // unmounted by another program, or mounted where this one can't see it
         full, // what was changed has no room on the volume
     };
 

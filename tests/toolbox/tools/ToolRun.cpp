@@ -77,7 +77,7 @@ ToolTest::~ToolTest()
     ::unsetenv("SOURCE_DATE_EPOCH");
     std::vector<fs::path> mounted;
     for (fs::recursive_directory_iterator entry(m_folder), end; entry != end; ++entry) {
-        if (!entry->is_directory() || mounting::serviceAt(*entry) == mounting::Service::none)
+        if (!entry->is_directory() || !mounting::isMountedAt(*entry))
             continue;
         entry.disable_recursion_pending();
         mounted.push_back(*entry);

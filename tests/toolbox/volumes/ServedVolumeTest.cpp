@@ -9,7 +9,6 @@
 #include "volumes/ImageCreator.h"
 
 #include <algorithm>
-#include <chrono>
 #include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -18,7 +17,6 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -28,12 +26,6 @@ using testing::ElementsAre;
 using volumes::Appearance;
 using volumes::AttachedImage;
 using volumes::AttachOptions;
-
-/// Everything of the mounted volume is skipped where the host lets nobody mount.
-#define ATTACH_OR_SKIP(image, test, ...)                                                           \
-    const AttachedImage image = (test).attach(__VA_ARGS__);                                        \
-    if (!image.isServed)                                                                           \
-    GTEST_SKIP() << "this host lets nobody mount"
 
 std::string hexOf(std::span<const std::byte> raw)
 {
@@ -273,63 +265,50 @@ TEST(ServedVolume, KeepsFilesThatAreOpenWhileTheyAreRemovedAndReplaced)
     EXPECT_EQ(line, "still there");
 }
 
-/// Waits for a state that another process brings about.
-template <typename Condition>
-bool comes(Condition condition)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition() && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    return condition();
-}
-
-TEST(ServedVolume, WhoseProcessWasKilledIsTidiedAwayWithoutAChange)
+TEST(ServedVolume, RefusesAtOnceWhatItsVolumeCannotHold)
 {
     const TestVolumes test(Appearance::mounted);
     const fs::path path = test.makeImage("a.dmg");
-    const std::string before = readFile(path);
     ATTACH_OR_SKIP(image, test, path);
-    writeFile(image.folder / "new", "lost");
-    for (const auto& process : fs::directory_iterator("/proc")) {
-        std::error_code gone;
-        for (fs::directory_iterator open(process.path() / "fd", gone), end; !gone && open != end;
-             open.increment(gone))
-            if (fs::read_symlink(open->path(), gone) == path)
-                ::kill(std::stoi(process.path().filename()), SIGKILL);
-    }
-    ASSERT_TRUE(
-        comes([&] { return mounting::serviceAt(image.folder) == mounting::Service::dead; }));
-    EXPECT_TRUE(test.attached().list().empty());
-    EXPECT_EQ(mounting::serviceAt(image.folder), mounting::Service::none);
-    EXPECT_THAT(test.stateNames(), ElementsAre("lock"));
-    EXPECT_TRUE(readFile(path) == before);
-    EXPECT_EQ(readFile(test.attach(path).folder / "Sample.app/Contents/Info.plist"), "<plist/>");
+    const auto make = [&](const char* name) {
+        const int file = ::open((image.folder / name).c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
+        const int fault = file < 0 ? errno : 0;
+        ::close(file);
+        return fault;
+    };
+    EXPECT_EQ(make("Caf\xC3\xA9"), 0);
+    EXPECT_EQ(make("CAFE\xCC\x81"), EEXIST);
+    EXPECT_EQ(::mkdir((image.folder / "sample.APP").c_str(), 0700), -1);
+    EXPECT_EQ(
+        ::rename((image.folder / "Caf\xC3\xA9").c_str(), (image.folder / "CAF\xC3\x89").c_str()),
+        0);
+    EXPECT_EQ(make("Caf\xC3\xA9"), EEXIST);
+    fs::remove(image.folder / "CAF\xC3\x89");
+    EXPECT_EQ(make("cafe\xCC\x81"), 0);
+    EXPECT_EQ(::symlink(std::string(1024, 't').c_str(), (image.folder / "long").c_str()), -1);
+    int attributes = 0;
+    while (attributes < 1000
+        && ::setxattr(image.folder.c_str(),
+               ("user." + std::string(200, 'n') + std::to_string(attributes)).c_str(), "", 0, 0)
+            == 0)
+        ++attributes;
+    EXPECT_LT(attributes, 1000);
+    EXPECT_EQ(test.attached().release(image, {}).lost, "");
+    EXPECT_EQ(volumeFaults(path), std::vector<std::string>{});
 }
 
-TEST(ServedVolume, UnmountedBySomebodyElseIsNotTakenForAnEmptiedOne)
+TEST(ServedVolume, ShowsAResourceForkLargerThanItsFreeRoom)
 {
     const TestVolumes test(Appearance::mounted);
-    const fs::path path = test.makeImage("a.dmg");
-    const std::string before = readFile(path);
+    const fs::path source = test.folder() / "source", path = test.folder() / "fork.dmg";
+    writeFile(source / "file", "x");
+    macfile::writeMetadata(source / "file", richMetadata(9 << 20));
+    volumes::createImage(path, optionsFor(source));
     ATTACH_OR_SKIP(image, test, path);
-    mounting::unmount(image.folder, true);
-    ASSERT_TRUE(fs::is_empty(image.folder));
-    EXPECT_THROW(test.attached().release(image, {}), std::system_error);
-    EXPECT_TRUE(readFile(path) == before);
-    EXPECT_NE(test.attached().release(image, {.force = true}).lost, "");
-    EXPECT_TRUE(readFile(path) == before);
-}
-
-TEST(ServedVolume, WhoseStateIsDeletedEndsByItself)
-{
-    fs::path folder;
-    {
-        const TestVolumes test(Appearance::mounted);
-        ATTACH_OR_SKIP(image, test, test.makeImage("a.dmg"));
-        folder = image.folder;
-        fs::remove_all(test.state().attached());
-        EXPECT_TRUE(comes([&] { return mounting::serviceAt(folder) == mounting::Service::none; }));
-    }
+    EXPECT_EQ(macfile::readMetadata(image.folder / "file").resourceFork.size(), 9U << 20);
+    EXPECT_EQ(mounting::isUntouched(
+                  bytes::File::open(image.folder, bytes::File::Mode::read).descriptor()),
+        true);
 }
 
 TEST(ServedVolume, OfACompressedImageIsReadAsItIsDecoded)

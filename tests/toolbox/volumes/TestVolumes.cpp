@@ -23,7 +23,7 @@ TestVolumes::~TestVolumes()
 {
     std::error_code absent;
     for (const auto& volume : fs::directory_iterator(m_folder / "state/Volumes", absent))
-        if (mounting::serviceAt(volume) != mounting::Service::none)
+        if (mounting::isMountedAt(volume))
             mounting::unmount(volume, true);
     fs::remove_all(m_folder);
 }
@@ -36,8 +36,7 @@ fs::path TestVolumes::makeImage(const std::string& fileName, const std::string& 
     writeFile(source / ".background/picture.png", "a picture");
     fs::create_symlink("/Applications", source / "Applications");
     const fs::path image = m_folder / fileName;
-    volumes::CreateOptions options;
-    options.folder = source;
+    volumes::CreateOptions options = optionsFor(source);
     options.volumeName = volumeName;
     options.identifierSeed = 7;
     volumes::createImage(image, options);
@@ -87,4 +86,12 @@ std::vector<std::string> volumeFaults(const fs::path& image)
     for (const hfsplus::Finding& finding : hfsplus::checkVolume(source))
         faults.push_back(finding.message);
     return faults;
+}
+
+volumes::CreateOptions optionsFor(const fs::path& source)
+{
+    volumes::CreateOptions options;
+    options.folder = source;
+    options.volumeName = "Disk";
+    return options;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "volumes/AttachedVolumes.h"
+#include "volumes/ImageCreator.h"
 
 #include <filesystem>
 #include <string>
@@ -39,3 +40,11 @@ void writeFile(const std::filesystem::path& path, const std::string& content);
 std::string readFile(const std::filesystem::path& path);
 /// The faults that the volume checker finds in a raw image; empty for a sound one.
 std::vector<std::string> volumeFaults(const std::filesystem::path& image);
+/// For an image of a folder, with the volume name "Disk".
+volumes::CreateOptions optionsFor(const std::filesystem::path& source);
+
+/// Everything of the mounted volume is skipped where the host lets nobody mount.
+#define ATTACH_OR_SKIP(image, test, ...)                                                           \
+    const volumes::AttachedImage image = (test).attach(__VA_ARGS__);                               \
+    if (!image.isServed)                                                                           \
+    GTEST_SKIP() << "this host lets nobody mount"
