@@ -4,6 +4,7 @@
 #include "model/SettingsManager.h"
 #include "platform/Clock.h"
 #include "platform/MainQueue.h"
+#include "platform/WorkUnderWay.h"
 
 #include <QLocale>
 #include <QPointer>
@@ -53,6 +54,7 @@ void BuildManager::startBuild(const DMGConfig& job)
 
 QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, int project, QCoro::Task<> build)
 {
+    const WorkUnderWay work;
     std::exception_ptr failure;
     try {
         co_await build;

@@ -2,6 +2,7 @@
 
 #include "notarization/RunFailure.h"
 #include "platform/UserDefaults.h"
+#include "platform/WorkUnderWay.h"
 
 #include <utility>
 
@@ -45,6 +46,7 @@ bool NotarizationState::start()
 
 QCoro::Task<> NotarizationState::finish(Run run, QCoro::Task<> work)
 {
+    const WorkUnderWay underWay;
     const std::optional<QString> failure = co_await failureOf(std::move(work));
     NotarizationState* const self = run.manager();
     if (!self)

@@ -4,6 +4,7 @@
 #include "platform/Paths.h"
 #include "platform/UserDefaults.h"
 #include "platform/Utf8.h"
+#include "platform/WorkUnderWay.h"
 #include "process/ShellRunner.h"
 #include "signing/CodesignCommands.h"
 #include "signing/IdentityScan.h"
@@ -158,6 +159,7 @@ QCoro::Task<std::optional<ShellError>> SigningManager::signAndVerify(
     QPointer<SigningManager> manager, ShellRunner& shell, QString signing, QString verification,
     Log log, QString announcement)
 {
+    const WorkUnderWay work;
     OutputSequence output = shell.runStreaming(signing);
     while (const std::optional<QString> piece = co_await output.next()) {
         if (manager)

@@ -35,11 +35,15 @@ void LogView::setLog(const QString& text)
         bar.setValue(bar.maximum());
 }
 
-void LogView::keyPressEvent(QKeyEvent* event)
+bool LogView::event(QEvent* event)
 {
     // The wizard's way back counts for more than going a word back in a log.
-    if (event->key() == Qt::Key_Left && event->modifiers() == Qt::ControlModifier)
-        event->ignore();
-    else
-        QPlainTextEdit::keyPressEvent(event);
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto& key = static_cast<const QKeyEvent&>(*event);
+        if (key.key() == Qt::Key_Left && key.modifiers() == Qt::ControlModifier) {
+            event->ignore();
+            return true;
+        }
+    }
+    return QPlainTextEdit::event(event);
 }

@@ -13,7 +13,7 @@ public:
     void setLog(const QString& text);
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     QString m_log;

@@ -3,6 +3,7 @@
 #include "model/SettingsManager.h"
 #include "platform/IcnsFile.h"
 #include "platform/Icons.h"
+#include "platform/WorkUnderWay.h"
 #include "views/AppNotarizationView.h"
 #include "views/AppSigningView.h"
 #include "views/BuildView.h"
@@ -20,6 +21,7 @@
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QShortcut>
 #include <QSplitter>
 
 using namespace Qt::StringLiterals;
@@ -29,6 +31,7 @@ namespace {
 constexpr int narrowestSidebar = 240;
 constexpr int widestSidebar = 300;
 constexpr int iconEdge = 64;
+const QKeySequence backKey(Qt::CTRL | Qt::Key_Left);
 
 QLabel* makeIcon(IconService& icons)
 {
@@ -129,8 +132,13 @@ QWidget* WizardView::makeBottomBar()
     layout->setContentsMargins(
         Theme::Space::page, Theme::Space::medium, Theme::Space::page, Theme::Space::medium);
     m_back = makeButton(u"Back"_s);
-    m_back->setToolTip(QKeySequence(Qt::CTRL | Qt::Key_Left).toString(QKeySequence::NativeText));
+    m_back->setToolTip(backKey.toString(QKeySequence::NativeText));
     connect(m_back, &QPushButton::clicked, this, &WizardView::goBack);
+    // Also from sliders and pickers, which have their own use for the arrow; fields for text keep
+    // it.
+    auto* wayBack = new QShortcut(backKey, this);
+    wayBack->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(wayBack, &QShortcut::activated, this, &WizardView::goBack);
     m_inspection = new ElidedLabel(Theme::Type::caption);
     Theme::style(*m_inspection, Theme::Type::caption, Theme::Colour::secondary);
     m_inspection->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -299,15 +307,13 @@ void WizardView::reset()
 bool WizardView::isBusy() const
 {
     return m_build.status().isBuilding() || m_signing.isSigning() || m_signing.isAppSigning()
-        || m_notarization.isProcessing() || m_appNotarization.isProcessing();
+        || m_notarization.isProcessing() || m_appNotarization.isProcessing() || WorkUnderWay::any();
 }
 
 void WizardView::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
         goNext();
-    else if (event->key() == Qt::Key_Left && event->modifiers().testFlag(Qt::ControlModifier))
-        goBack();
     else
         QWidget::keyPressEvent(event);
 }

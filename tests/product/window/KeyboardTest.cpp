@@ -123,3 +123,26 @@ TEST_F(Keyboard, TabLeadsThroughTheScreenToTheWayOnAndToTheSteps)
         user.key(Qt::Key_Backtab, Qt::ShiftModifier);
     }
 }
+
+TEST_F(Keyboard, LeadsBackFromEveryControlThatIsNoFieldForText)
+{
+    window.wizard().job().edit(
+        [this](DMGConfig& edited) { edited.appURL = QUrl::fromLocalFile(app); });
+    const struct {
+        NavigationStep step;
+        QString control;
+        bool leadsBack;
+    } rows[] = {{NavigationStep::configuration, u"Icon size"_s, true},
+        {NavigationStep::configuration, u"Classic (Side-by-Side)"_s, true},
+        {NavigationStep::configuration, u"Volume Name"_s, false},
+        {NavigationStep::build, u"Build Log"_s, true}, {NavigationStep::build, u"Back"_s, true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.control.toStdString());
+        go(row.step);
+        const auto iconSize = job().iconSize;
+        user.control(row.control)->setFocus();
+        user.key(Qt::Key_Left, Qt::ControlModifier);
+        EXPECT_NE(window.wizard().navigation().currentStep() == rawValue(row.step), row.leadsBack);
+        EXPECT_EQ(job().iconSize, iconSize);
+    }
+}

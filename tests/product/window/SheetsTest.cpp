@@ -97,3 +97,22 @@ TEST_F(Sheets, QuittingAsksWhileWorkRunsAndClosesTheSettingsToo)
     EXPECT_FALSE(window.isVisible());
     EXPECT_TRUE(WindowUser::waitUntil([&] { return settingsWindow.window() == nullptr; }));
 }
+
+TEST_F(Sheets, ClosingAsksWhileABuildOfAnEarlierProjectRuns)
+{
+    chooseFiles();
+    go(NavigationStep::build);
+    user.click(u"Build DMG"_s);
+    auto* name = window.findChild<QWidget*>(u"fileNameEdit"_s);
+    user.typeInto(name, image);
+    user.press(name, Qt::Key_Return);
+    ASSERT_TRUE(user.waitToSee(u"Cancel Build"_s)) << seen();
+    user.click(u"New Project"_s);
+    EXPECT_FALSE(user.sees(u"Cancel Build"_s));
+    EXPECT_FALSE(window.close());
+    EXPECT_TRUE(user.sees(u"Close while work runs?"_s));
+    user.click(u"Keep Working"_s);
+    EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
+    EXPECT_TRUE(QFile::exists(image));
+    EXPECT_TRUE(window.close());
+}

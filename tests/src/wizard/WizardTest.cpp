@@ -108,7 +108,8 @@ TEST_F(Wizard, LeadsFromStepToStepOnceThereIsAnApplication)
         EXPECT_EQ(title(), expected);
     }
     EXPECT_EQ(button(u"Next"_s), nullptr);
-    press(Qt::Key_Left, Qt::ControlModifier);
+    button(u"Back"_s)->click();
+    turn();
     EXPECT_EQ(title(), u"Notarization"_s);
 
     button(u"New Project"_s)->click();
