@@ -2,8 +2,9 @@
 
 #include "model/SettingsManager.h"
 #include "platform/Clock.h"
+#include "platform/PlatformError.h"
+#include "platform/TreeRemoval.h"
 
-#include <QDir>
 #include <QLocale>
 
 using namespace Qt::StringLiterals;
@@ -39,7 +40,11 @@ WizardHost ProductServices::wizardHost(std::function<void()> openSettings)
 
 ProductServices::~ProductServices()
 {
-    QDir(m_session.path()).removeRecursively();
+    try {
+        TreeRemoval::run(m_session.path());
+    } catch (const PlatformError&) {
+        // The next run takes it away.
+    }
 }
 
 QCoro::Task<QString> ProductServices::clearCache()

@@ -49,7 +49,11 @@ void BuildManager::startBuild(const DMGConfig& job)
         if (self && self->m_project == project)
             self->log(message);
     };
-    run(self, m_project, m_generator.createDMG(job, progress, m_buildTask));
+    const DMGGenerator::Share share = [self, project = m_project](double done) {
+        if (self && self->m_project == project && self->status().isBuilding())
+            emit self->shareDone(done);
+    };
+    run(self, m_project, m_generator.createDMG(job, progress, m_buildTask, share));
 }
 
 QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, int project, QCoro::Task<> build)

@@ -37,6 +37,8 @@ signals:
     void logsChanged();
     /// The message alone, after it has become part of `logs`.
     void messageLogged(const QString& message);
+    /// How much of the step of the last message is done, from 0 to 1; not every step tells.
+    void shareDone(double share);
 
 private:
     static QCoro::Task<> run(QPointer<BuildManager> manager, int project, QCoro::Task<> build);

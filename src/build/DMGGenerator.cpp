@@ -27,11 +27,12 @@ namespace {
 class Build {
 public:
     Build(BuildHost host, DMGConfig job, DMGGenerator::Progress progress,
-        CancellationHandle cancellation)
+        CancellationHandle cancellation, DMGGenerator::Share share)
         : m_host(std::move(host))
         , m_job(std::move(job))
         , m_progress(std::move(progress))
         , m_cancellation(std::move(cancellation))
+        , m_share(std::move(share))
     { }
 
     QCoro::Task<> run();
@@ -55,6 +56,7 @@ private:
     DMGConfig m_job;
     DMGGenerator::Progress m_progress;
     CancellationHandle m_cancellation;
+    DMGGenerator::Share m_share;
 };
 
 void throwIfNotLaunched(const ToolOutcome& outcome)
@@ -217,6 +219,9 @@ void Build::setFileIcon()
 
 QCoro::Task<> Build::runHdiutil(ToolCall call)
 {
+    // Through the queue, behind the message of the step that it belongs to.
+    if (m_share)
+        call.progress = [share = m_share](double done) { MainQueue::post([=] { share(done); }); };
     const ToolOutcome outcome = co_await m_host.tools.run(call);
     throwIfNotLaunched(outcome);
     if (!outcome.succeeded()) {
@@ -236,10 +241,11 @@ void Build::say(const QString& message)
     MainQueue::post([progress = m_progress, message] { progress(message); });
 }
 
-QCoro::Task<> build(
-    BuildHost host, DMGConfig job, DMGGenerator::Progress progress, CancellationHandle cancellation)
+QCoro::Task<> build(BuildHost host, DMGConfig job, DMGGenerator::Progress progress,
+    CancellationHandle cancellation, DMGGenerator::Share share)
 {
-    Build run(std::move(host), std::move(job), std::move(progress), std::move(cancellation));
+    Build run(std::move(host), std::move(job), std::move(progress), std::move(cancellation),
+        std::move(share));
     co_await run.run();
 }
 
@@ -250,7 +256,8 @@ DMGGenerator::DMGGenerator(BuildHost host)
 { }
 
 QCoro::Task<> DMGGenerator::createDMG(
-    DMGConfig job, Progress progress, CancellationHandle cancellation)
+    DMGConfig job, Progress progress, CancellationHandle cancellation, Share share)
 {
-    return build(m_host, std::move(job), std::move(progress), std::move(cancellation));
+    return build(
+        m_host, std::move(job), std::move(progress), std::move(cancellation), std::move(share));
 }

@@ -5,7 +5,6 @@
 #include "platform/PlatformError.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QUuid>
@@ -125,17 +124,6 @@ std::vector<Leftover> leftoversIn(const QString& folder)
     return result;
 }
 
-/// Bytes of all files below `folder`, links not followed.
-qint64 bytesIn(const QString& folder)
-{
-    qint64 bytes = 0;
-    QDirIterator files(folder, QDir::Files | QDir::Hidden | QDir::System | QDir::NoSymLinks,
-        QDirIterator::Subdirectories);
-    while (files.hasNext())
-        bytes += files.nextFileInfo().size();
-    return bytes;
-}
-
 } // namespace
 
 SessionFolder::SessionFolder(const QString& temporaryFolder)
@@ -181,7 +169,7 @@ QCoro::Task<qint64> SessionFolder::sweepLeftovers(QString temporaryFolder)
             const QString outside = QFile::symLinkTarget(leftover.path + sweptLinkName);
             if (StagedOutput::isStagingFolder(outside) && FileOperations::exists(outside))
                 co_await FileOperations::removeTree(outside);
-            const qint64 bytes = bytesIn(leftover.path);
+            const qint64 bytes = co_await FileOperations::bytesIn(leftover.path);
             co_await FileOperations::removeTree(leftover.path);
             freed += bytes;
         } catch (const PlatformError&) {

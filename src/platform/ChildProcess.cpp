@@ -1,6 +1,7 @@
 #include "platform/ChildProcess.h"
 
 #include "platform/PlatformError.h"
+#include "platform/ProgressPipe.h"
 
 #include <QFile>
 
@@ -70,6 +71,10 @@ ChildProcess::ChildProcess(const ToolCall& call, const SystemRoot& root)
         m_process.setStandardOutputFile(QProcess::nullDevice());
     if (!call.workingDirectory.isEmpty())
         m_process.setWorkingDirectory(root.hostPath(call.workingDirectory));
+    if (call.progress) {
+        m_progress = new ProgressPipe(call.progress, this);
+        m_progress->giveTo(m_process);
+    }
     if (call.inheritInput)
         m_process.setInputChannelMode(QProcess::ForwardedInputChannel);
     else if (call.input.isEmpty())
@@ -85,6 +90,8 @@ QFuture<ToolOutcome> ChildProcess::start()
     if (m_call.receive)
         connectReceiver();
     m_process.start();
+    if (m_progress != nullptr)
+        m_progress->closeOtherEnd();
     if (!m_call.inheritInput && !m_call.input.isEmpty()
         && m_process.state() != QProcess::NotRunning) {
         m_process.write(m_call.input);

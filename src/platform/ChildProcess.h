@@ -7,6 +7,8 @@
 #include <QProcess>
 #include <QPromise>
 
+class ProgressPipe;
+
 /// One child process from its start to its end. It owns itself: made with `new`, it goes once it
 /// has reported, whoever still waits.
 class ChildProcess : public QObject {
@@ -30,5 +32,6 @@ private:
     ToolCall m_call;
     QProcess m_process;
     QPromise<ToolOutcome> m_promise;
+    ProgressPipe* m_progress = nullptr; // a child of this object; none unless the call asks
     bool m_reported = false;
 };

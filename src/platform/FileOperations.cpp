@@ -5,6 +5,7 @@
 #include "platform/TreeRemoval.h"
 
 #include <QCoro/QCoroFuture>
+#include <QDirIterator>
 #include <QFile>
 #include <QPromise>
 #include <QThreadPool>
@@ -54,6 +55,20 @@ QCoro::Task<> FileOperations::removeTree(QString path)
     const QFuture<std::exception_ptr> outcome = onThreadPool(work);
     if (const std::exception_ptr failure = co_await outcome)
         std::rethrow_exception(failure);
+}
+
+QCoro::Task<qint64> FileOperations::bytesIn(QString folder)
+{
+    const auto bytes = std::make_shared<qint64>(0);
+    const std::function<void()> work = [folder, bytes] {
+        QDirIterator files(folder, QDir::Files | QDir::Hidden | QDir::System | QDir::NoSymLinks,
+            QDirIterator::Subdirectories);
+        while (files.hasNext())
+            *bytes += files.nextFileInfo().size();
+    };
+    const QFuture<std::exception_ptr> outcome = onThreadPool(work);
+    co_await outcome;
+    co_return *bytes;
 }
 
 void FileOperations::createFolder(const QString& path)

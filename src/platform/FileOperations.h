@@ -22,6 +22,9 @@ public:
     /// Removes a file, a link, or a folder with all it holds, read-only ones included. Runs on
     /// the thread pool.
     static QCoro::Task<> removeTree(QString path);
+    /// Bytes of all files below a folder that can be seen, links not followed. Runs on the thread
+    /// pool.
+    static QCoro::Task<qint64> bytesIn(QString folder);
 
     /// With all missing folders on the way; one that exists is fine.
     static void createFolder(const QString& path);

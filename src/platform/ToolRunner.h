@@ -24,6 +24,9 @@ struct ToolCall {
     /// Takes what is captured as it comes, on the main thread and before the outcome, whose own
     /// output and error stay empty then. A piece is never empty and ends anywhere.
     std::function<void(ToolStream stream, const QByteArray& piece)> receive;
+    /// Takes how much of its work, from 0 to 1, the tool has done: on the main thread and before
+    /// the outcome. Only tools of ours tell.
+    std::function<void(double share)> progress;
     QMap<QString, QString> environment; // in place of the inherited values of these names
     QString workingDirectory; // empty: this process's own
     bool evenWhenInterrupted = false; // an interrupted program still cleans up with such calls

@@ -69,6 +69,7 @@ BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsMa
     connect(&m_manager, &BuildManager::statusChanged, this, &BuildView::refresh);
     connect(&m_manager, &BuildManager::logsChanged, this, &BuildView::refresh);
     connect(&m_manager, &BuildManager::messageLogged, this, &BuildView::followStep);
+    connect(&m_manager, &BuildManager::shareDone, this, &BuildView::followShare);
     if (m_manager.status().isBuilding())
         followStep(lastMessageIn(m_manager.logs()));
     refresh();
@@ -96,11 +97,11 @@ QWidget* BuildView::makeJobCard()
     m_progress = new QWidget;
     auto* progress = new QVBoxLayout(m_progress);
     progress->setContentsMargins(0, 0, 0, 0);
-    auto* bar = new QProgressBar;
-    bar->setRange(0, 0);
-    bar->setTextVisible(false);
-    bar->setAccessibleName(u"Build progress"_s);
-    progress->addWidget(bar);
+    m_bar = new QProgressBar;
+    m_bar->setRange(0, 0);
+    m_bar->setTextVisible(false);
+    m_bar->setAccessibleName(u"Build progress"_s);
+    progress->addWidget(m_bar);
     m_step = makeLabel({}, Theme::Type::caption, Theme::Colour::secondary);
     progress->addWidget(m_step);
     card->add(m_progress);
@@ -170,6 +171,14 @@ void BuildView::refresh()
 void BuildView::followStep(const QString& message)
 {
     m_step->setText(message.trimmed());
+    m_bar->setRange(0, 0);
+}
+
+void BuildView::followShare(double share)
+{
+    constexpr int whole = 1000;
+    m_bar->setRange(0, whole);
+    m_bar->setValue(std::max(m_bar->value(), static_cast<int>(share * whole)));
 }
 
 void BuildView::chooseOutput()

@@ -33,6 +33,7 @@ private:
     QWidget* makeCompletionCard(const Actions& actions);
     void refresh();
     void followStep(const QString& message);
+    void followShare(double share);
     void chooseOutput();
     void openFolder();
 
@@ -44,6 +45,7 @@ private:
     QPushButton* m_build = nullptr;
     QPushButton* m_cancel = nullptr;
     QWidget* m_progress = nullptr;
+    QProgressBar* m_bar = nullptr;
     QLabel* m_step = nullptr;
     QWidget* m_error = nullptr;
     QLabel* m_errorText = nullptr;

@@ -10,8 +10,15 @@ NavigationManager::NavigationManager(SettingsManager& settings, QObject* parent)
     , m_settings(settings)
 {
     updateActiveSteps();
-    connect(&settings, &SettingsManager::skipAppValidationChanged, this,
-        &NavigationManager::refreshLater);
+    // Another process may have changed the one that counts; any change is a moment to look.
+    using Settings = SettingsManager;
+    for (const auto changed : {&Settings::activeSectionChanged,
+             &Settings::defaultOutputDirectoryChanged, &Settings::skipAppValidationChanged,
+             &Settings::namingTemplateChanged, &Settings::defaultCompressionChanged,
+             &Settings::defaultWindowWidthChanged, &Settings::defaultWindowHeightChanged,
+             &Settings::totalBuildsChanged, &Settings::notaryAppleIDChanged,
+             &Settings::notaryTeamIDChanged, &Settings::notaryProfileNameChanged})
+        connect(&settings, changed, this, &NavigationManager::refreshLater);
 }
 
 void NavigationManager::refreshLater()

@@ -1,6 +1,8 @@
 #include "WindowFixture.h"
 
 #include <QComboBox>
+#include <QProgressBar>
+#include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
 
@@ -37,8 +39,10 @@ public:
     void build()
     {
         user.click(u"Build DMG"_s);
+        const QSignalSpy shares(window.findChild<QProgressBar*>(), &QProgressBar::valueChanged);
         saveAs(image);
         ASSERT_TRUE(user.waitToSee(u"DMG Created Successfully!"_s)) << seen();
+        EXPECT_GT(shares.count(), 0);
     }
     void saveAs(const QString& path);
 };

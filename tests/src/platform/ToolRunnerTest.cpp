@@ -211,3 +211,17 @@ TEST_F(ToolRunnerTest, AChildOutlivesItsRunner)
     EXPECT_EQ(outcome.exitStatus, 9);
     EXPECT_EQ(outcome.output, "late\n");
 }
+
+TEST_F(ToolRunnerTest, AToolOfOursTellsHowFarItIs)
+{
+    const QByteArray script = "test -z \"$VANDOR_PROGRESS_FD\" && exit 5\n"
+                              "exec 1>/dev/fd/$VANDOR_PROGRESS_FD\n"
+                              "printf 'PERCENT:25.0\\nPERC'; printf 'ENT:75.5\\nnonsense\\n'\n"
+                              "printf 'PERCENT:-1\\nPERCENT:nan\\nPERCENT:100.1\\n%0999d\\n'";
+    QList<double> shares;
+    ToolCall asking = call(script);
+    asking.progress = [&](double share) { shares.append(share); };
+    EXPECT_EQ(await(runner.run(asking)).exitStatus, 0);
+    EXPECT_EQ(shares, (QList<double>{0.25, 0.755}));
+    EXPECT_EQ(run(script).exitStatus, 5);
+}

@@ -4,8 +4,12 @@
 #include "tools/Progress.h"
 
 #include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <unistd.h>
 
 using tools::Align;
 
@@ -78,4 +82,27 @@ TEST(Progress, IsALineOfDotsForPeopleWhoWaitAndNumbersForPrograms)
         percents(done, 8);
     percents(8, 8);
     EXPECT_EQ(numbers.str(), "PERCENT:12.500000\nPERCENT:50.000000\nPERCENT:100.000000\n");
+}
+
+TEST(Progress, TellsTheProgramThatAskedBesideWhatItShows)
+{
+    std::signal(SIGPIPE, SIG_IGN); // as every tool does
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_NONBLOCK), 0);
+    ::setenv("VANDOR_PROGRESS_FD", std::to_string(ends[1]).c_str(), 1);
+    std::ostringstream shown;
+    tools::Progress progress(shown, tools::Progress::Form::dots);
+    progress(1, 4);
+    std::string told(64, '\0');
+    told.resize(static_cast<std::size_t>(::read(ends[0], told.data(), told.size())));
+    EXPECT_EQ(told, "PERCENT:25.000000\n");
+    for (uint64_t done = 1; done < 100'000; ++done)
+        progress(done, 100'000); // more than the pipe holds
+    ::close(ends[0]);
+    progress(1, 1);
+    ::close(ends[1]);
+    ::setenv("VANDOR_PROGRESS_FD", "2", 1);
+    tools::Progress(shown, tools::Progress::Form::dots)(1, 1);
+    ::unsetenv("VANDOR_PROGRESS_FD");
+    EXPECT_EQ(shown.str(), "");
 }
