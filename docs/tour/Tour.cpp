@@ -6,6 +6,8 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDragEnterEvent>
+#include <QMimeData>
 
 using namespace Qt::StringLiterals;
 using enum NavigationStep;
@@ -39,6 +41,7 @@ void Tour::run()
     Visitor::turnFor(toSettle);
     m_visitor.take(m_window, u"0-start"_s);
     emptySteps();
+    dragging();
     failures();
     m_window.wizard().reset();
     wholeWay();
@@ -179,6 +182,7 @@ void Tour::wholeWay()
     Visitor::press(u"Build DMG"_s);
     Visitor::confirmFile(m_home.file(u"Desktop/Hello Vandor 1.0.dmg"_s));
     Visitor::turnFor(3 * toSettle);
+    closing();
     work(build, {}, u"DMG Created Successfully!"_s, u"finished"_s);
     show(signing);
     chooseIdentity();
@@ -194,6 +198,34 @@ void Tour::wholeWay()
     work(distribution, {}, u"Ready for Distribution!"_s, u"finished"_s);
     show(notarization);
     take(notarization, u"finished"_s);
+}
+
+void Tour::dragging()
+{
+    show(assets);
+    QMimeData file;
+    file.setUrls({QUrl::fromLocalFile(m_home.good())});
+    for (QWidget* each : m_window.findChildren<QWidget*>()) {
+        if (!each->isVisible() || each->accessibleName() != u"Application"_s)
+            continue;
+        QDragEnterEvent enter(
+            each->rect().center(), Qt::CopyAction, &file, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(each, &enter);
+        Visitor::turnFor(toSettle);
+        take(assets, u"dragging"_s);
+        QDragLeaveEvent leave;
+        QApplication::sendEvent(each, &leave);
+        return;
+    }
+    Visitor::faults().append(u"there is no place to drop an application"_s);
+}
+
+void Tour::closing()
+{
+    m_window.close();
+    Visitor::turnFor(toSettle);
+    take(build, u"closing"_s);
+    Visitor::press(u"Keep Working"_s);
 }
 
 void Tour::settings()

@@ -33,8 +33,10 @@ private:
     void work(NavigationStep step, const QString& button, const QString& end, const QString& state);
 
     void emptySteps();
+    void dragging();
     void failures();
     void wholeWay();
+    void closing();
     void settings();
     void takeSettings(SettingsSection section, const QString& state = {});
     /// What the settings' pages say after their buttons.

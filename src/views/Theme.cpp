@@ -95,15 +95,16 @@ QPushButton[kind="segment"] { background: transparent; border: 1px solid transpa
 QPushButton[kind="segment"]:checked { background: @raisedHover; color: @text; }
 QPushButton[kind="segment"]:focus { border: 1px solid @accentInk; }
 QLineEdit, QComboBox { background: @field; color: @text; border: 1px solid @border;
-    border-radius: 7px; padding: 6px 9px; min-height: 18px; selection-background-color: @accent; }
+    border-radius: 7px; padding: 6px 9px; min-height: 18px;
+    selection-background-color: @accent; selection-color: white; }
 QComboBox { padding-left: 11px; }
 QLineEdit:focus, QComboBox:focus { border: 1px solid @accentInk; }
 QLineEdit:disabled, QComboBox:disabled { color: #6b7283; }
 QComboBox::drop-down { border: none; width: 22px; }
 QComboBox QAbstractItemView { background: @raised; color: @text; border: 1px solid @border;
-    selection-background-color: @accent; outline: none; padding: 4px; }
+    selection-background-color: @accent; selection-color: white; outline: none; padding: 4px; }
 QPlainTextEdit { background: @field; color: @text; border: 1px solid @border; border-radius: 7px;
-    padding: 6px; selection-background-color: @accent; }
+    padding: 6px; selection-background-color: @accent; selection-color: white; }
 QPlainTextEdit:focus { border: 1px solid @accentInk; }
 QSlider { min-height: 20px; }
 QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: @border; }

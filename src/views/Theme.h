@@ -20,6 +20,7 @@ inline constexpr QColor raisedHover{0x35, 0x3a, 0x4a};
 inline constexpr QColor border{0x33, 0x38, 0x47};
 inline constexpr QColor text{0xec, 0xee, 0xf4};
 inline constexpr QColor secondary{0xa2, 0xaa, 0xbc};
+inline constexpr QColor locked{0x7a, 0x82, 0x94}; // steps that can't be gone to yet
 inline constexpr QColor accent{0x2f, 0x6b, 0xe0}; // under white text
 inline constexpr QColor accentHover{0x36, 0x70, 0xdf};
 inline constexpr QColor accentInk{0x7c, 0xad, 0xff}; // on dark ground

@@ -1,0 +1,33 @@
+#include "views/Theme.h"
+
+#include <gtest/gtest.h>
+
+using namespace Theme;
+
+TEST(Looks, TextStandsOutFromEveryGroundThatItIsUsedOn)
+{
+    constexpr double least = 4.5; // WCAG 2.1, level AA
+    const struct {
+        const char* use;
+        QColor ink;
+        std::initializer_list<QColor> grounds;
+    } rows[] = {
+        {"text", Colour::text,
+            {Colour::window, Colour::sidebar, Colour::card, Colour::field, Colour::raised,
+                Colour::raisedHover}},
+        {"captions and placeholders", Colour::secondary,
+            {Colour::window, Colour::sidebar, Colour::card, Colour::field, Colour::raised}},
+        {"locked steps", Colour::locked, {Colour::sidebar}},
+        {"main buttons and selected text", Qt::white, {Colour::accent, Colour::accentHover}},
+        {"the current step's symbol", Colour::accentInk, {Colour::sidebar, Colour::raised}},
+        {"failures and what destroys", Colour::red, {Colour::card, Colour::raised}},
+        {"successes", Colour::green, {Colour::card, Colour::raised}},
+        {"warnings", Colour::orange, {Colour::card, Colour::raised}},
+    };
+    EXPECT_DOUBLE_EQ(contrast(Qt::black, Qt::white), 21);
+    for (const auto& row : rows) {
+        for (const QColor& ground : row.grounds)
+            EXPECT_GE(contrast(row.ink, ground), least)
+                << row.use << " on " << ground.name().toStdString();
+    }
+}
