@@ -12,7 +12,8 @@ namespace {
 constexpr std::size_t niceLength = 48;
 /// A later match must gain more than the literals before it cost, about.
 constexpr int delayCost = 2;
-constexpr std::size_t largestDelay = 2;
+/// Two make machine code 0.6 % and text 1.8 % smaller and take a quarter longer.
+constexpr std::size_t largestDelay = 1;
 
 } // namespace
 

@@ -9,8 +9,8 @@ namespace lzfse {
 
 class MatchSink;
 
-/// Cuts contents into literals and matches. A match gives way to one that begins a byte or two
-/// later and gains more. One object serves many contents, one after the other.
+/// Cuts contents into literals and matches. A match gives way to one that begins a byte later and
+/// gains more. One object serves many contents, one after the other.
 class Parser {
 public:
     /// `content` has a length that fits 31 bits.

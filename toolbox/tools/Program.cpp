@@ -5,6 +5,9 @@
 #include <csignal>
 #include <fcntl.h>
 #include <iostream>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <unistd.h>
 #include <vector>
 
@@ -23,11 +26,24 @@ void fillStandardStreams()
         ::close(descriptor);
 }
 
+/// Compressors take and give back megabytes for each chunk, which costs a bzip2 conversion a
+/// thirtieth of its time if the host is asked for them again each time.
+void keepFreedMemory()
+{
+#ifdef __GLIBC__
+    constexpr int mappedFrom = 32 << 20;
+    constexpr int returnedFrom = 128 << 20;
+    ::mallopt(M_MMAP_THRESHOLD, mappedFrom);
+    ::mallopt(M_TRIM_THRESHOLD, returnedFrom);
+#endif
+}
+
 } // namespace
 
 int runProgram(int argc, char* argv[], Command command)
 {
     fillStandardStreams();
+    keepFreedMemory();
     // A closed pipe and a file that may not grow are failures of a write, like any other.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
