@@ -19,7 +19,7 @@ bool VerificationManager::isReadyForDistribution() const
 
 QCoro::Task<> VerificationManager::verify(QUrl image)
 {
-    const Run run(this, m_project);
+    const Run run(this, ++m_project); // an earlier one says nothing any more
     ShellRunner& shell = m_shell;
     const QString path = pathOf(image);
     publish(m_gatekeeperState, GatekeeperState::verifying(),

@@ -140,13 +140,15 @@ QCoro::Task<std::optional<ShellError>> SigningManager::signApp(
     publish(m_isAppSigning, true, &SigningManager::isAppSigningChanged);
     begin(appLog, {});
     append(appLog, heading(application, identity));
+    const int inspection = m_inspection;
 
     const std::optional<ShellError> failure = co_await signAndVerify(self, m_host.shell,
         CodesignCommands::signApplication(identity.sha1, path), CodesignCommands::verify(path),
         appLog, u"Verifying app signature...\n"_s);
     if (self && !failure) {
         append(appLog, u"✅ App Signing Successful!\n"_s);
-        co_await checkAppSignature(application);
+        if (m_inspection == inspection) // else another one has been chosen
+            co_await checkAppSignature(application);
     }
     if (self)
         publish(m_isAppSigning, false, &SigningManager::isAppSigningChanged);
@@ -160,12 +162,13 @@ QCoro::Task<std::optional<ShellError>> SigningManager::signAndVerify(
     Log log, QString announcement)
 {
     const WorkUnderWay work;
+    const int project = manager->m_project;
     OutputSequence output = shell.runStreaming(signing);
     while (const std::optional<QString> piece = co_await output.next()) {
-        if (manager)
+        if (manager && manager->hears(log, project))
             manager->append(log, *piece + u'\n');
     }
-    if (manager)
+    if (manager && manager->hears(log, project))
         manager->append(log, announcement);
     std::optional<ShellError> failure;
     try {
@@ -173,15 +176,22 @@ QCoro::Task<std::optional<ShellError>> SigningManager::signAndVerify(
     } catch (const ShellError& error) {
         failure = error;
     }
-    if (failure && manager)
+    if (failure && manager && manager->hears(log, project))
         manager->append(log, u"❌ Verification Failed: "_s + failure->description() + u'\n');
     co_return failure;
+}
+
+/// The application's log is cleared with the application, the image's with the project.
+bool SigningManager::hears(const Log& log, int project) const
+{
+    return log.text != imageLog.text || m_project == project;
 }
 
 QCoro::Task<> SigningManager::checkAppSignature(QUrl application)
 {
     const QPointer<SigningManager> self(this);
     const QString path = pathOf(application);
+    const int inspection = ++m_inspection;
     publish(m_isScanning, true, &SigningManager::isScanningChanged);
     begin(appLog, u"Inspecting "_s + lastPathComponent(application) + u"...\n"_s);
 
@@ -194,13 +204,16 @@ QCoro::Task<> SigningManager::checkAppSignature(QUrl application)
     }
     if (!self)
         co_return;
-    publish(m_appSignatureStatus, finding.status, &SigningManager::appSignatureStatusChanged);
-    append(appLog, finding.message + u'\n');
+    if (m_inspection == inspection) {
+        publish(m_appSignatureStatus, finding.status, &SigningManager::appSignatureStatusChanged);
+        append(appLog, finding.message + u'\n');
+    }
     publish(m_isScanning, false, &SigningManager::isScanningChanged);
 }
 
 void SigningManager::setAppSignatureStatus(const AppSignatureStatus& status)
 {
+    ++m_inspection;
     publish(m_appSignatureStatus, status, &SigningManager::appSignatureStatusChanged);
 }
 

@@ -76,8 +76,7 @@ public:
     /// What somebody else has found out of the application.
     void setAppSignatureStatus(const AppSignatureStatus& status);
     void setAppSigningLogs(const QString& text);
-    /// For a new project: no image has been signed yet. What is being signed goes on unheard but
-    /// for its log.
+    /// For a new project: no image has been signed yet. What is being signed goes on unheard.
     void clear();
 
 signals:
@@ -107,6 +106,7 @@ private:
     static QCoro::Task<> scan(QPointer<SigningManager> manager, ToolRunner& tools);
     static QCoro::Task<std::optional<ShellError>> signAndVerify(QPointer<SigningManager> manager,
         ShellRunner& shell, QString signing, QString verification, Log log, QString announcement);
+    bool hears(const Log& log, int project) const;
     void finishScan(const ToolOutcome& outcome);
     void restoreSelection();
     void begin(const Log& log, const QString& text);
@@ -121,6 +121,7 @@ private:
     QString m_logs;
     bool m_signSuccess = false;
     int m_project = 0; // grows with every `clear`
+    int m_inspection = 0; // grows with everything that is found out of an application
     AppSignatureStatus m_appSignatureStatus;
     QString m_appSigningLogs;
     bool m_isAppSigning = false;

@@ -11,6 +11,8 @@
 
 #include <QHBoxLayout>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -117,16 +119,23 @@ void AppSigningView::sign()
 
 QCoro::Task<> AppSigningView::probeAndSign(QPointer<AppSigningView> self)
 {
+    if (std::exchange(self->m_isAsking, true))
+        co_return;
     const bool hasAccess = co_await self->m_keychainManager.checkAccess();
     if (!self)
         co_return;
     if (hasAccess) {
+        self->m_isAsking = false;
         self->signNow();
         co_return;
     }
     auto* sheet = new KeychainPrimerSheet(self->m_keychain, self, [self] {
         if (self)
             self->signNow();
+    });
+    connect(sheet, &QObject::destroyed, self, [self] {
+        if (self)
+            self->m_isAsking = false;
     });
     sheet->present();
 }

@@ -32,6 +32,7 @@ private:
     SigningManager& m_signing;
     KeychainPrimerSheet::Host m_keychain;
     KeychainManager m_keychainManager;
+    bool m_isAsking = false; // for access, the keychain or the user
     StatusBadge* m_badge = nullptr;
     IdentityPicker* m_identities = nullptr;
     LogView* m_logs = nullptr;

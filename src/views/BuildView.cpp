@@ -83,7 +83,7 @@ QWidget* BuildView::makeJobCard()
     texts->setSpacing(Theme::Space::tight);
     texts->addWidget(
         makeLabel(u"Ready to package:"_s, Theme::Type::caption, Theme::Colour::secondary));
-    m_application = makeLabel({}, Theme::Type::headline);
+    m_application = new ElidedLabel(Theme::Type::headline);
     texts->addWidget(m_application);
     row->addLayout(texts, 1);
     m_build = makeButton(u"Build DMG"_s, ButtonKind::primary, u"hammer"_s);
@@ -157,7 +157,7 @@ void BuildView::refresh()
     using Case = BuildStatus::Case;
     const BuildStatus& status = m_manager.status();
     const std::optional<QUrl>& application = m_job.config().appURL;
-    m_application->setText(
+    m_application->setFullText(
         application ? QFileInfo(application->toLocalFile()).fileName() : u"No App Selected"_s);
     m_build->setVisible(!status.isBuilding());
     m_cancel->setVisible(status.isBuilding());

@@ -7,6 +7,7 @@
 class BuildManager;
 class Clock;
 class ConfigWrapper;
+class ElidedLabel;
 class LogView;
 class QLabel;
 class QProgressBar;
@@ -41,7 +42,7 @@ private:
     BuildManager& m_manager;
     const SettingsManager& m_settings;
     const Clock& m_clock;
-    QLabel* m_application = nullptr;
+    ElidedLabel* m_application = nullptr;
     QPushButton* m_build = nullptr;
     QPushButton* m_cancel = nullptr;
     QWidget* m_progress = nullptr;

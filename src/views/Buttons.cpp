@@ -89,6 +89,7 @@ void BusyButton::setBusy(bool busy, const QString& text)
     if (busy == m_busy)
         return;
     m_busy = busy;
+    setAccessibleDescription(busy ? u"Processing..."_s : QString());
     if (busy && Theme::motion(*this) > 0) {
         constexpr int frame = 40; // milliseconds
         m_timer = startTimer(frame);

@@ -4,11 +4,17 @@
 
 #include <QAbstractItemView>
 #include <QStylePainter>
+#include <QWheelEvent>
 
 void ComboBox::showPopup()
 {
     view()->setMinimumWidth(view()->sizeHintForColumn(0) + 2 * Theme::Space::medium);
     QComboBox::showPopup();
+}
+
+void ComboBox::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
 }
 
 void ComboBox::paintEvent(QPaintEvent*)

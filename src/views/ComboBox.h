@@ -12,4 +12,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    /// Who scrolls a page doesn't mean to choose.
+    void wheelEvent(QWheelEvent* event) override;
 };

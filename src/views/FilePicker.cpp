@@ -62,6 +62,35 @@ private:
     FilePicker::Receive m_receive;
 };
 
+QString withExtension(const QString& name, const QString& extension)
+{
+    const QString ending = u'.' + extension;
+    return name.endsWith(ending, Qt::CaseInsensitive) ? name : name + ending;
+}
+
+/// Completes a typed name before it asks whether a file may be replaced: Qt takes what follows any
+/// dot, as in "Tool 2.1", for an extension.
+class SaveDialog : public QFileDialog {
+public:
+    SaveDialog(QWidget* parent, const FilePicker::SaveRequest& request)
+        : QFileDialog(parent, request.title)
+        , m_extension(request.type.extension)
+    { }
+
+    void accept() override
+    {
+        auto* name = findChild<QLineEdit*>(u"fileNameEdit"_s);
+        const bool isFile = name != nullptr && !name->text().isEmpty()
+            && !QFileInfo(directory().absoluteFilePath(name->text())).isDir();
+        if (isFile)
+            name->setText(withExtension(name->text(), m_extension));
+        QFileDialog::accept();
+    }
+
+private:
+    QString m_extension;
+};
+
 void prepare(QFileDialog* dialog, FilePicker::Receive receive)
 {
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -119,7 +148,11 @@ void FilePicker::openFolder(
 
 void FilePicker::save(QWidget* parent, const SaveRequest& request, Receive receive)
 {
-    QFileDialog* dialog = makeDialog(parent, request.title, std::move(receive));
+    auto* dialog = new SaveDialog(parent, request);
+    prepare(dialog,
+        [receive = std::move(receive), extension = request.type.extension](const QUrl& chosen) {
+            receive(QUrl::fromLocalFile(withExtension(chosen.toLocalFile(), extension)));
+        });
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setNameFilter(filterFor(request.type));

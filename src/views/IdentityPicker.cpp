@@ -4,6 +4,7 @@
 #include "signing/SigningManager.h"
 
 #include <QPointer>
+#include <QShowEvent>
 
 #include <algorithm>
 
@@ -24,6 +25,8 @@ IdentityPicker::IdentityPicker(SigningManager& manager, QWidget* parent)
 void IdentityPicker::showEvent(QShowEvent* event)
 {
     ComboBox::showEvent(event);
+    if (event->spontaneous())
+        return; // the window comes back, the screen was there
     MainQueue::post([self = QPointer(this)] {
         if (!self)
             return;

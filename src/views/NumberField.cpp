@@ -3,6 +3,7 @@
 #include <QLocale>
 
 #include <cmath>
+#include <utility>
 
 NumberField::NumberField(const QString& name, Kind kind, QWidget* parent)
     : QLineEdit(parent)
@@ -49,6 +50,7 @@ std::optional<double> NumberField::typedNumber() const
 
 void NumberField::follow()
 {
+    m_numberBefore = m_numberBefore.value_or(m_number);
     const std::optional<double> typed = typedNumber();
     if (!typed || *typed == m_number)
         return;
@@ -56,8 +58,14 @@ void NumberField::follow()
     emit numberEdited(m_number);
 }
 
+/// Who empties a field digit by digit has not meant the digits that were left.
 void NumberField::settle()
 {
+    const std::optional<double> before = std::exchange(m_numberBefore, std::nullopt);
+    if (before && !typedNumber() && *before != m_number) {
+        m_number = *before;
+        emit numberEdited(m_number);
+    }
     setText(textOf(m_number));
     setModified(false);
 }

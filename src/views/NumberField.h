@@ -37,4 +37,5 @@ private:
     double m_first = std::numeric_limits<double>::lowest();
     double m_last = std::numeric_limits<double>::max();
     double m_number = 0;
+    std::optional<double> m_numberBefore; // while the user types
 };

@@ -16,7 +16,19 @@
 #include <QHBoxLayout>
 #include <QMimeData>
 
+#include <algorithm>
+#include <utility>
+
 using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isImage(const QUrl& file)
+{
+    return file.isLocalFile() && QFileInfo(file.toLocalFile()).suffix().toLower() == "dmg"_L1;
+}
+
+} // namespace
 
 SigningView::SigningView(ConfigWrapper& job, SigningManager& signing,
     KeychainPrimerSheet::Host keychain, QWidget* parent)
@@ -96,12 +108,13 @@ void SigningView::dropEvent(QDropEvent* event)
     if (dropped.isEmpty())
         return;
     event->acceptProposedAction();
-    take(dropped.first());
+    const auto image = std::ranges::find_if(dropped, isImage);
+    take(image == dropped.end() ? dropped.first() : *image);
 }
 
 void SigningView::take(const QUrl& image)
 {
-    if (!image.isLocalFile() || QFileInfo(image.toLocalFile()).suffix().toLower() != "dmg"_L1) {
+    if (!isImage(image)) {
         showError(u"Please drop a valid .dmg file."_s);
         return;
     }
@@ -120,16 +133,23 @@ void SigningView::sign()
 
 QCoro::Task<> SigningView::probeAndSign(QPointer<SigningView> self)
 {
+    if (std::exchange(self->m_isAsking, true))
+        co_return;
     const bool hasAccess = co_await self->m_keychainManager.checkAccess();
     if (!self)
         co_return;
     if (hasAccess) {
+        self->m_isAsking = false;
         signNow(self);
         co_return;
     }
     auto* sheet = new KeychainPrimerSheet(self->m_keychain, self, [self] {
         if (self)
             signNow(self);
+    });
+    connect(sheet, &QObject::destroyed, self, [self] {
+        if (self)
+            self->m_isAsking = false;
     });
     sheet->present();
 }

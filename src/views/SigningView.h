@@ -38,6 +38,7 @@ private:
     SigningManager& m_signing;
     KeychainPrimerSheet::Host m_keychain;
     KeychainManager m_keychainManager;
+    bool m_isAsking = false; // for access, the keychain or the user
     StatusBadge* m_status;
     IdentityPicker* m_identities;
     LogView* m_logs;

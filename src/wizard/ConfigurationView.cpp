@@ -17,10 +17,20 @@
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QSlider>
+#include <QWheelEvent>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// Who scrolls the form over it doesn't mean to move it.
+class CalmSlider : public QSlider {
+public:
+    using QSlider::QSlider;
+
+protected:
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+};
 
 constexpr int formWidth = 400;
 constexpr int largestCoordinate = 32767; // of the windows of the system that opens the image
@@ -206,17 +216,22 @@ ConfigurationView::Slider ConfigurationView::makeSlider(
     const QString& name, int first, int last, int step, std::function<void(DMGConfig&, int)> change)
 {
     constexpr int valueWidth = 35;
-    Slider made{new QSlider(Qt::Horizontal), makeLabel({}, Theme::Type::body)};
+    Slider made{new CalmSlider(Qt::Horizontal), makeLabel({}, Theme::Type::body)};
     made.value->setFixedWidth(valueWidth);
     made.value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    // Counts in steps, so that no other value can be reached.
-    made.slider->setRange(0, (last - first) / step);
-    made.slider->setPageStep(1);
+    made.slider->setRange(first, last);
+    made.slider->setSingleStep(step);
+    made.slider->setPageStep(step);
     made.slider->setAccessibleName(name.chopped(1) + u" size"_s);
-    connect(made.slider, &QSlider::valueChanged, this, [this, first, step, change](int position) {
-        const int value = first + position * step;
-        m_job.editLater([change, value](DMGConfig& config) { change(config, value); });
-    });
+    connect(made.slider, &QSlider::valueChanged, this,
+        [this, first, step, change, slider = made.slider](int position) {
+            const int value = first + qRound(static_cast<double>(position - first) / step) * step;
+            if (value != position) {
+                slider->setValue(value); // no other can be reached
+                return;
+            }
+            m_job.editLater([change, value](DMGConfig& config) { change(config, value); });
+        });
     return made;
 }
 
@@ -245,12 +260,12 @@ void ConfigurationView::refresh()
     m_linkX->setNumber(config.appsSymlinkPosition.x());
     m_linkY->setNumber(config.appsSymlinkPosition.y());
 
-    const auto show = [](const Slider& slider, qint64 value, int first, int step) {
+    const auto show = [](const Slider& slider, qint64 value) {
         const QSignalBlocker quiet(slider.slider);
-        slider.slider->setValue(static_cast<int>((value - first) / step));
+        slider.slider->setValue(static_cast<int>(value));
         slider.value->setText(QString::number(value));
     };
-    show(m_iconSize, config.iconSize, 48, 16);
-    show(m_fontSize, config.fontSize, 10, 1);
+    show(m_iconSize, config.iconSize);
+    show(m_fontSize, config.fontSize);
     m_preview->setConfig(config);
 }

@@ -28,6 +28,8 @@ void SmartSkip::follow()
         return;
     }
     m_parties.navigation.completeCurrentStep();
+    // What was found out about another one.
+    m_parties.signing.setAppSignatureStatus(AppSignatureStatus::unknown());
     if (m_parties.settings.skipAppValidation()) {
         setReady(false);
         setStatus(u"Validation Sourced from Settings (Skipping Checks)"_s);
@@ -51,24 +53,22 @@ void SmartSkip::applicationRemoved()
 QCoro::Task<> SmartSkip::inspect(
     QPointer<SmartSkip> self, PreFlightInspector& inspector, QUrl application)
 {
-    const PreFlightInspector::Progress progress = [self](const QString& label) {
-        MainQueue::post([self, label] {
-            if (self && self->m_parties.job.config().appURL)
+    const PreFlightInspector::Progress progress = [self, application](const QString& label) {
+        MainQueue::post([self, application, label] {
+            if (self && self->m_parties.job.config().appURL == application)
                 self->setStatus(label);
         });
     };
     const InspectionResult result = co_await inspector.inspect(application, progress);
     // Labels still on their way come first.
-    MainQueue::post([self, result] {
-        if (self)
+    MainQueue::post([self, application, result] {
+        if (self && self->m_parties.job.config().appURL == application)
             self->take(result);
     });
 }
 
 void SmartSkip::take(const InspectionResult& result)
 {
-    if (!m_parties.job.config().appURL)
-        return; // removed meanwhile
     m_parties.signing.setAppSigningLogs(result.logs);
     if (result.isSigned && result.isNotarized && result.isStapled) {
         m_parties.signing.setAppSignatureStatus(

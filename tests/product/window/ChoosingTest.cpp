@@ -96,6 +96,20 @@ TEST_F(Choosing, AnApplicationIsOneThingHoweverItIsChosen)
     }
 }
 
+TEST_F(Choosing, AnImageIsSavedAsOneWhateverIsTyped)
+{
+    window.wizard().job().edit(
+        [this](DMGConfig& edited) { edited.appURL = QUrl::fromLocalFile(app); });
+    go(NavigationStep::build);
+    user.click(u"Build DMG"_s);
+    ASSERT_NE(dialog(), nullptr);
+    name = dialog()->findChild<QWidget*>(u"fileNameEdit"_s);
+    confirm(home.file(u"Tool 2.1"_s));
+    EXPECT_TRUE(user.waitToSee(u"DMG Created Successfully!"_s)) << seen();
+    EXPECT_EQ(job().outputURL, QUrl::fromLocalFile(home.file(u"Tool 2.1.dmg"_s)));
+    EXPECT_TRUE(QFile::exists(home.file(u"Tool 2.1.dmg"_s)));
+}
+
 TEST_F(Choosing, NothingIsSaidOfAnApplicationRemovedWhileItIsInspected)
 {
     user.drop(u"Application"_s, app);

@@ -14,7 +14,8 @@ namespace {
 const char* const callRecorder = R"sh(#!/bin/sh
 records='@RECORDS@'
 name="${0##*/}"
-{ printf '%s' "$name"; for argument; do printf ' <%s>' "$argument"; done; echo; } >> "$records/calls"
+call=$name; for argument; do call="$call <$argument>"; done
+printf '%s\n' "$call" >> "$records/calls"
 for last; do :; done
 @REQUEST@
 echo >> "$records/count.$request"

@@ -188,6 +188,19 @@ TEST_F(SigningManagerTest, InspectionTellsSignaturesApart)
     }
 }
 
+TEST_F(SigningManagerTest, WhatCameOfAnEarlierApplicationOrProjectIsNotTold)
+{
+    QCoro::Task<> inspection = manager->checkAppSignature(application);
+    manager->setAppSignatureStatus(AppSignatureStatus::unknown()); // another one is chosen
+    await(std::move(inspection));
+    EXPECT_EQ(manager->appSignatureStatus(), AppSignatureStatus::unknown());
+    EXPECT_FALSE(manager->isScanning());
+    QCoro::Task<> signing = manager->signDMG(image, identity);
+    manager->clear();
+    await(std::move(signing));
+    EXPECT_EQ(manager->logs(), QString());
+}
+
 TEST_F(SigningManagerTest, OperationsOutliveTheirManagerQuietly)
 {
     scripted.answer(u"sign"_s, u"sleep 0.2; echo late"_s);

@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSlider>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
@@ -96,16 +97,39 @@ TEST_F(Configuration, WhatNoWindowCanHaveIsNoNumber)
     EXPECT_EQ(job.config().appsSymlinkPosition.y(), -9999); // the last that was one
 }
 
+TEST_F(Configuration, ANumberThatIsRubbedOutComesBackWhole)
+{
+    auto& width = named<QLineEdit>(u"Width"_s);
+    const qint64 before = job.config().windowWidth;
+    width.setFocus();
+    while (!width.text().isEmpty()) {
+        QKeyEvent key(QEvent::KeyPress, Qt::Key_Backspace, Qt::NoModifier);
+        QCoreApplication::sendEvent(&width, &key);
+        turn();
+    }
+    EXPECT_NE(job.config().windowWidth, before);
+    emit width.editingFinished();
+    turn();
+    EXPECT_EQ(job.config().windowWidth, before);
+    EXPECT_EQ(width.text(), QString::number(before));
+}
+
 TEST_F(Configuration, SlidersYieldOnlyTheirSteps)
 {
     auto& icon = named<QSlider>(u"Icon size"_s);
     auto& font = named<QSlider>(u"Font size"_s);
-    for (int position = icon.minimum(); position <= icon.maximum(); ++position) {
-        icon.setValue(position);
+    EXPECT_EQ(icon.minimum(), 48);
+    for (int value = icon.minimum(); value <= icon.maximum(); ++value) {
+        icon.setValue(value);
         turn();
-        EXPECT_EQ(job.config().iconSize, 48 + 16 * position);
+        EXPECT_EQ(job.config().iconSize, 48 + 16 * qRound((value - 48) / 16.0));
+        EXPECT_EQ(icon.value(), job.config().iconSize);
     }
     EXPECT_EQ(job.config().iconSize, 256);
+    QWheelEvent wheel(
+        {}, {}, {}, {0, -120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&icon, &wheel);
+    EXPECT_EQ(icon.value(), 256) << "who scrolls the form doesn't mean the slider";
     font.setValue(font.minimum());
     turn();
     EXPECT_EQ(job.config().fontSize, 10);

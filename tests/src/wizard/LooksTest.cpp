@@ -15,7 +15,7 @@ TEST(Looks, TextStandsOutFromEveryGroundThatItIsUsedOn)
         {"text", Colour::text,
             {Colour::window, Colour::sidebar, Colour::card, Colour::field, Colour::raised,
                 Colour::raisedHover}},
-        {"captions and placeholders", Colour::secondary,
+        {"captions", Colour::secondary,
             {Colour::window, Colour::sidebar, Colour::card, Colour::field, Colour::raised}},
         {"locked steps", Colour::locked, {Colour::sidebar}},
         {"main buttons and selected text", Qt::white, {Colour::accent, Colour::accentHover}},
