@@ -26,6 +26,8 @@ void NumberField::setRange(double first, double last)
 
 void NumberField::setNumber(double number)
 {
+    if (number != m_number)
+        m_numberBefore.reset(); // somebody else's, which the user's typing doesn't bring back
     m_number = number;
     const bool isBeingTyped = hasFocus() && isModified();
     if (!isBeingTyped)

@@ -24,6 +24,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// The file stays where it is, whatever its source proposes.
+void takeCopy(QDropEvent& event)
+{
+    event.setDropAction(Qt::CopyAction);
+    event.accept();
+}
+
 constexpr int pictureEdge = 64;
 
 /// With a light edge, as a print has, so that dark pictures stand out, too.
@@ -172,7 +179,7 @@ void DragDropZone::dragEnterEvent(QDragEnterEvent* event)
 {
     if (event->mimeData()->urls().isEmpty())
         return;
-    event->acceptProposedAction();
+    takeCopy(*event);
     setTargeted(true);
 }
 
@@ -187,7 +194,7 @@ void DragDropZone::dropEvent(QDropEvent* event)
     const QList<QUrl> dropped = event->mimeData()->urls();
     if (dropped.isEmpty())
         return;
-    event->acceptProposedAction();
+    takeCopy(*event);
     offer(dropped.first());
 }
 

@@ -30,11 +30,13 @@ void SmartSkip::follow()
     m_parties.navigation.completeCurrentStep();
     // What was found out about another one.
     m_parties.signing.setAppSignatureStatus(AppSignatureStatus::unknown());
+    m_parties.appNotarization.clear();
     if (m_parties.settings.skipAppValidation()) {
         setReady(false);
         setStatus(u"Validation Sourced from Settings (Skipping Checks)"_s);
         return;
     }
+    setReady(false); // until this one is known
     setStatus(u"Inspecting App..."_s);
     inspect(this, m_parties.inspector, *application);
 }
@@ -44,8 +46,7 @@ void SmartSkip::applicationRemoved()
     setReady(false);
     setStatus({});
     m_parties.signing.setAppSignatureStatus(AppSignatureStatus::unknown());
-    m_parties.appNotarization.setNotarizationSuccess(false);
-    m_parties.appNotarization.clearLogs();
+    m_parties.appNotarization.clear(); // what still runs speaks of the removed one
     if (m_parties.navigation.currentStep() == rawValue(NavigationStep::assets))
         m_parties.navigation.lockAfterFirstStep();
 }

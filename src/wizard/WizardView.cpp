@@ -12,6 +12,7 @@
 #include "views/Labels.h"
 #include "views/NotarizationView.h"
 #include "views/Panel.h"
+#include "views/Sheet.h"
 #include "views/SideList.h"
 #include "views/SigningView.h"
 #include "views/Symbol.h"
@@ -23,6 +24,8 @@
 #include <QKeyEvent>
 #include <QShortcut>
 #include <QSplitter>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -223,7 +226,9 @@ void WizardView::showCurrentScreen()
     }
     m_detail->insertWidget(0, m_screen, 1);
     refresh();
-    setFocus();
+    const auto sheets = window()->findChildren<Sheet*>();
+    if (std::ranges::none_of(sheets, &QWidget::isVisible)) // which keeps the keys
+        setFocus();
 }
 
 QWidget* WizardView::makeScreen(NavigationStep step)
@@ -312,7 +317,8 @@ bool WizardView::isBusy() const
 
 void WizardView::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isReturn && !event->isAutoRepeat()) // a key held down leads one step on
         goNext();
     else
         QWidget::keyPressEvent(event);
