@@ -1,5 +1,6 @@
 #include "TestVolumes.h"
 
+#include "bytes/File.h"
 #include "mounting/Mount.h"
 
 #include <chrono>
