@@ -52,16 +52,19 @@ QCoro::Task<> AppNotarizationManager::notarize(QUrl application, CancellationHan
     if (!start())
         co_return;
     const Run run(this, project());
-    co_await finish(
-        run, archiveAndSubmit(run, m_host, application, profileName(), std::move(cancellation)));
+    co_await finish(run,
+        archiveAndSubmit(
+            run, m_host, m_archives, application, profileName(), std::move(cancellation)));
 }
 
 QCoro::Task<> AppNotarizationManager::archiveAndSubmit(Run run, NotarizationHost host,
-    QUrl application, QString profile, CancellationHandle cancellation)
+    ArchivePlace::Taken archives, QUrl application, QString profile,
+    CancellationHandle cancellation)
 {
     const NotaryService::Log log = [run](const QString& message) { run.say(message + u'\n'); };
     const QString name = lastPathComponent(application);
-    const QString zip = joinedPath(host.temporaryFolder, name + u".zip"_s);
+    const ArchivePlace place(std::move(archives), host.temporaryFolder, name);
+    const QString& zip = place.path();
     run.say(u"Staring App Notarization for %1...\n"_s.arg(name));
     run.say(u"Creating temporary Zip archive...\n"_s);
     removeIfThere(zip);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "notarization/ArchivePlace.h"
 #include "notarization/NotarizationHost.h"
 #include "notarization/NotarizationState.h"
 #include "platform/Cancellation.h"
@@ -24,11 +25,13 @@ public:
     QCoro::Task<> preflight(QUrl application);
 
 private:
-    static QCoro::Task<> archiveAndSubmit(Run run, NotarizationHost host, QUrl application,
-        QString profile, CancellationHandle cancellation);
+    static QCoro::Task<> archiveAndSubmit(Run run, NotarizationHost host,
+        ArchivePlace::Taken archives, QUrl application, QString profile,
+        CancellationHandle cancellation);
     static QCoro::Task<bool> checkSignature(Run run, ShellRunner& shell, QString path);
     static QCoro::Task<> checkNotarization(Run run, ShellRunner& shell, QString path);
     static QCoro::Task<bool> checkStaple(Run run, ShellRunner& shell, QString path);
 
     NotarizationHost m_host;
+    ArchivePlace::Taken m_archives = std::make_shared<QSet<QString>>();
 };

@@ -25,9 +25,9 @@ QString heading(const QUrl& location, const SigningIdentity& identity)
 
 const QString SigningManager::kSavedIdentitySHA1 = u"SavedSigningIdentitySHA1"_s;
 const SigningManager::Log SigningManager::imageLog{
-    &SigningManager::m_logs, &SigningManager::logsChanged};
-const SigningManager::Log SigningManager::appLog{
-    &SigningManager::m_appSigningLogs, &SigningManager::appSigningLogsChanged};
+    &SigningManager::m_logs, &SigningManager::logsChanged, &SigningManager::m_project};
+const SigningManager::Log SigningManager::appLog{&SigningManager::m_appSigningLogs,
+    &SigningManager::appSigningLogsChanged, &SigningManager::m_application};
 
 SigningManager::SigningManager(SigningHost host, QObject* parent)
     : QObject(parent)
@@ -140,15 +140,14 @@ QCoro::Task<std::optional<ShellError>> SigningManager::signApp(
     publish(m_isAppSigning, true, &SigningManager::isAppSigningChanged);
     begin(appLog, {});
     append(appLog, heading(application, identity));
-    const int inspection = m_inspection;
+    const int subject = m_application;
 
     const std::optional<ShellError> failure = co_await signAndVerify(self, m_host.shell,
         CodesignCommands::signApplication(identity.sha1, path), CodesignCommands::verify(path),
         appLog, u"Verifying app signature...\n"_s);
-    if (self && !failure) {
+    if (self && m_application == subject && !failure) {
         append(appLog, u"✅ App Signing Successful!\n"_s);
-        if (m_inspection == inspection) // else another one has been chosen
-            co_await checkAppSignature(application);
+        co_await checkAppSignature(application);
     }
     if (self)
         publish(m_isAppSigning, false, &SigningManager::isAppSigningChanged);
@@ -162,13 +161,15 @@ QCoro::Task<std::optional<ShellError>> SigningManager::signAndVerify(
     Log log, QString announcement)
 {
     const WorkUnderWay work;
-    const int project = manager->m_project;
+    const auto hears = [&manager, &log, subject = manager.data()->*log.subject] {
+        return manager && manager.data()->*log.subject == subject;
+    };
     OutputSequence output = shell.runStreaming(signing);
     while (const std::optional<QString> piece = co_await output.next()) {
-        if (manager && manager->hears(log, project))
+        if (hears())
             manager->append(log, *piece + u'\n');
     }
-    if (manager && manager->hears(log, project))
+    if (hears())
         manager->append(log, announcement);
     std::optional<ShellError> failure;
     try {
@@ -176,15 +177,9 @@ QCoro::Task<std::optional<ShellError>> SigningManager::signAndVerify(
     } catch (const ShellError& error) {
         failure = error;
     }
-    if (failure && manager && manager->hears(log, project))
+    if (failure && hears())
         manager->append(log, u"❌ Verification Failed: "_s + failure->description() + u'\n');
     co_return failure;
-}
-
-/// The application's log is cleared with the application, the image's with the project.
-bool SigningManager::hears(const Log& log, int project) const
-{
-    return log.text != imageLog.text || m_project == project;
 }
 
 QCoro::Task<> SigningManager::checkAppSignature(QUrl application)
@@ -215,6 +210,12 @@ void SigningManager::setAppSignatureStatus(const AppSignatureStatus& status)
 {
     ++m_inspection;
     publish(m_appSignatureStatus, status, &SigningManager::appSignatureStatusChanged);
+}
+
+void SigningManager::forgetApplication()
+{
+    ++m_application;
+    setAppSignatureStatus(AppSignatureStatus::unknown());
 }
 
 void SigningManager::setAppSigningLogs(const QString& text)

@@ -76,6 +76,9 @@ public:
     /// What somebody else has found out of the application.
     void setAppSignatureStatus(const AppSignatureStatus& status);
     void setAppSigningLogs(const QString& text);
+    /// For another application: nothing is known of it yet. What is still being done to the one
+    /// before goes on unheard.
+    void forgetApplication();
     /// For a new project: no image has been signed yet. What is being signed goes on unheard.
     void clear();
 
@@ -99,6 +102,7 @@ private:
     struct Log {
         QString SigningManager::*text;
         void (SigningManager::*changed)();
+        int SigningManager::*subject; // grows when the log becomes that of another one
     };
     static const Log imageLog;
     static const Log appLog;
@@ -106,7 +110,6 @@ private:
     static QCoro::Task<> scan(QPointer<SigningManager> manager, ToolRunner& tools);
     static QCoro::Task<std::optional<ShellError>> signAndVerify(QPointer<SigningManager> manager,
         ShellRunner& shell, QString signing, QString verification, Log log, QString announcement);
-    bool hears(const Log& log, int project) const;
     void finishScan(const ToolOutcome& outcome);
     void restoreSelection();
     void begin(const Log& log, const QString& text);
@@ -121,6 +124,7 @@ private:
     QString m_logs;
     bool m_signSuccess = false;
     int m_project = 0; // grows with every `clear`
+    int m_application = 0; // grows with every `forgetApplication`
     int m_inspection = 0; // grows with everything that is found out of an application
     AppSignatureStatus m_appSignatureStatus;
     QString m_appSigningLogs;

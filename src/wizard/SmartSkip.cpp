@@ -18,6 +18,10 @@ SmartSkip::SmartSkip(Parties parties, QObject* parent)
                 self->follow();
         });
     });
+    connect(&m_parties.signing, &SigningManager::isAppSigningChanged, this, [this] {
+        if (m_inspecting && m_parties.signing.isAppSigning())
+            abandonInspection();
+    });
 }
 
 void SmartSkip::follow()
@@ -28,9 +32,7 @@ void SmartSkip::follow()
         return;
     }
     m_parties.navigation.completeCurrentStep();
-    // What was found out about another one.
-    m_parties.signing.setAppSignatureStatus(AppSignatureStatus::unknown());
-    m_parties.appNotarization.clear();
+    forgetApplication();
     if (m_parties.settings.skipAppValidation()) {
         setReady(false);
         setStatus(u"Validation Sourced from Settings (Skipping Checks)"_s);
@@ -38,38 +40,61 @@ void SmartSkip::follow()
     }
     setReady(false); // until this one is known
     setStatus(u"Inspecting App..."_s);
-    inspect(this, m_parties.inspector, *application);
+    m_inspecting = true;
+    inspect(this, m_inspection, m_parties.inspector, *application);
 }
 
 void SmartSkip::applicationRemoved()
 {
     setReady(false);
     setStatus({});
-    m_parties.signing.setAppSignatureStatus(AppSignatureStatus::unknown());
-    m_parties.appNotarization.clear(); // what still runs speaks of the removed one
+    forgetApplication();
     if (m_parties.navigation.currentStep() == rawValue(NavigationStep::assets))
         m_parties.navigation.lockAfterFirstStep();
 }
 
-QCoro::Task<> SmartSkip::inspect(
-    QPointer<SmartSkip> self, PreFlightInspector& inspector, QUrl application)
+/// What was found out about another one, and what still runs there.
+void SmartSkip::forgetApplication()
 {
-    const PreFlightInspector::Progress progress = [self, application](const QString& label) {
-        MainQueue::post([self, application, label] {
-            if (self && self->m_parties.job.config().appURL == application)
+    ++m_inspection;
+    m_inspecting = false;
+    m_parties.signing.forgetApplication();
+    m_parties.appNotarization.clear();
+}
+
+/// What it finds would no longer be so.
+void SmartSkip::abandonInspection()
+{
+    ++m_inspection;
+    m_inspecting = false;
+    setStatus({});
+}
+
+bool SmartSkip::hears(int inspection, const QUrl& application) const
+{
+    return m_inspection == inspection && m_parties.job.config().appURL == application;
+}
+
+QCoro::Task<> SmartSkip::inspect(
+    QPointer<SmartSkip> self, int inspection, PreFlightInspector& inspector, QUrl application)
+{
+    const PreFlightInspector::Progress progress = [=](const QString& label) {
+        MainQueue::post([=] {
+            if (self && self->hears(inspection, application))
                 self->setStatus(label);
         });
     };
     const InspectionResult result = co_await inspector.inspect(application, progress);
     // Labels still on their way come first.
-    MainQueue::post([self, application, result] {
-        if (self && self->m_parties.job.config().appURL == application)
+    MainQueue::post([=] {
+        if (self && self->hears(inspection, application))
             self->take(result);
     });
 }
 
 void SmartSkip::take(const InspectionResult& result)
 {
+    m_inspecting = false;
     m_parties.signing.setAppSigningLogs(result.logs);
     if (result.isSigned && result.isNotarized && result.isStapled) {
         m_parties.signing.setAppSignatureStatus(

@@ -43,9 +43,12 @@ signals:
 
 private:
     static QCoro::Task<> inspect(
-        QPointer<SmartSkip> self, PreFlightInspector& inspector, QUrl application);
+        QPointer<SmartSkip> self, int inspection, PreFlightInspector& inspector, QUrl application);
     void follow();
     void applicationRemoved();
+    void forgetApplication();
+    void abandonInspection();
+    bool hears(int inspection, const QUrl& application) const;
     void take(const InspectionResult& result);
     void setReady(bool ready);
     void setStatus(const QString& text);
@@ -53,4 +56,6 @@ private:
     Parties m_parties;
     bool m_smartSkipReady = false;
     QString m_inspectionStatus;
+    int m_inspection = 0; // grows when what the one under way finds is not wanted any more
+    bool m_inspecting = false;
 };

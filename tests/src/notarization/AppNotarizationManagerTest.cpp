@@ -81,6 +81,21 @@ TEST_F(AppNotarizationManagerTest, EndsWhereAStepFails)
     }
 }
 
+TEST_F(AppNotarizationManagerTest, ANewProjectLeavesTheArchiveOfTheLastOneAlone)
+{
+    QCoro::Task<> earlier = manager.notarize(application);
+    manager.clear();
+    QCoro::Task<> later = manager.notarize(application);
+    await(std::move(earlier));
+    await(std::move(later));
+    EXPECT_TRUE(manager.notarizationSuccess()) << qPrintable(manager.logs());
+    const QStringList submissions = scripted.calls().filter(u"<submit>"_s);
+    ASSERT_EQ(submissions.size(), 2);
+    EXPECT_NE(submissions[0], submissions[1]);
+    EXPECT_EQ(submissions.filter(u"/My App.app.zip>"_s).size(), 2);
+    EXPECT_TRUE(QDir(host.temporaryFolder).isEmpty());
+}
+
 TEST_F(AppNotarizationManagerTest, WithoutAProfileItOnlySaysSo)
 {
     manager.setProfileName({});

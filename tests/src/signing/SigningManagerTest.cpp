@@ -191,10 +191,14 @@ TEST_F(SigningManagerTest, InspectionTellsSignaturesApart)
 TEST_F(SigningManagerTest, WhatCameOfAnEarlierApplicationOrProjectIsNotTold)
 {
     QCoro::Task<> inspection = manager->checkAppSignature(application);
-    manager->setAppSignatureStatus(AppSignatureStatus::unknown()); // another one is chosen
+    QCoro::Task<std::optional<ShellError>> ofApplication = manager->signApp(application, identity);
+    manager->forgetApplication();
+    manager->setAppSigningLogs(u"of another one"_s);
     await(std::move(inspection));
+    await(std::move(ofApplication));
+    EXPECT_EQ(manager->appSigningLogs(), u"of another one"_s);
     EXPECT_EQ(manager->appSignatureStatus(), AppSignatureStatus::unknown());
-    EXPECT_FALSE(manager->isScanning());
+    EXPECT_FALSE(manager->isScanning() || manager->isAppSigning());
     QCoro::Task<> signing = manager->signDMG(image, identity);
     manager->clear();
     await(std::move(signing));
