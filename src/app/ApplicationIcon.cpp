@@ -51,7 +51,11 @@ QImage ApplicationIcon::rounded(const QImage& picture)
     QPainterPath outline;
     outline.addRoundedRect(place, radius, radius);
     painter.setClipPath(outline);
-    painter.drawImage(place, picture);
+    const QSizeF piece = place.size().scaled(picture.size(), Qt::KeepAspectRatio);
+    const QRectF middle(
+        QPointF((picture.width() - piece.width()) / 2, (picture.height() - piece.height()) / 2),
+        piece);
+    painter.drawImage(place, picture, middle);
     return icon;
 }
 

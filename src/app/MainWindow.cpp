@@ -35,7 +35,10 @@ MainWindow::MainWindow(WizardHost host, SettingsManager& settings, QWidget* pare
 void MainWindow::makeMenus(SettingsManager& settings, std::function<void()> openSettings)
 {
     QMenu* file = menuBar()->addMenu(u"&File"_s);
-    file->addAction(u"New Project"_s, QKeySequence::New, this, [this] { m_wizard->reset(); });
+    file->addAction(u"New Project"_s, QKeySequence::New, this, [this] {
+        if (!Sheet::isOpenIn(this))
+            m_wizard->reset();
+    });
     // Qt has keys for these two on some desktops only.
     QAction* preferences =
         file->addAction(u"Settings..."_s, Qt::CTRL | Qt::Key_Comma, this, std::move(openSettings));

@@ -3,6 +3,7 @@
 #include "build/OutputName.h"
 #include "cli/UsageError.h"
 #include "model/SettingsManager.h"
+#include "platform/Paths.h"
 
 #include <CLI/CLI.hpp>
 #include <QDateTime>
@@ -110,16 +111,9 @@ IconLayout layoutNamed(const std::string& typed)
             QString::fromStdString(typed)));
 }
 
-QString expandedTilde(const QString& folder)
-{
-    if (folder == "~"_L1 || folder.startsWith("~/"_L1))
-        return QDir::homePath() + folder.sliced(1);
-    return folder;
-}
-
 QString proposedOutput(const DMGConfig& job, const SettingsManager& settings, const QDateTime& now)
 {
-    const QDir folder(expandedTilde(settings.defaultOutputDirectory()));
+    const QDir folder(withHomeFolder(settings.defaultOutputDirectory()));
     // A version may have a slash, and shall not lead into another folder.
     const QString name =
         proposedOutputName(settings.namingTemplate(), job, now).replace(u'/', u'-');

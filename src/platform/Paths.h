@@ -11,5 +11,8 @@ QString pathOf(const QUrl& location);
 /// the end. A bundle's extension is part of it.
 QString lastPathComponent(const QUrl& location);
 
+/// `path` with the user's own folder in the place of a "~" at its start, as a shell has it.
+QString withHomeFolder(const QString& path);
+
 /// `folder` and `relativePath` with exactly one slash between them.
 QString joinedPath(const QString& folder, const QString& relativePath);

@@ -5,6 +5,7 @@
 #include "model/ConfigWrapper.h"
 #include "model/SettingsManager.h"
 #include "platform/Clock.h"
+#include "platform/Paths.h"
 #include "views/Buttons.h"
 #include "views/Card.h"
 #include "views/FilePicker.h"
@@ -14,7 +15,6 @@
 #include "views/Symbol.h"
 
 #include <QDesktopServices>
-#include <QDir>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QProgressBar>
@@ -24,13 +24,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int verdictEdge = 34; // of the symbol
-
-QString expandTilde(const QString& path)
-{
-    if (path == "~"_L1 || path.startsWith("~/"_L1))
-        return QDir::homePath() + path.sliced(1);
-    return path;
-}
 
 /// The last line of a log, without the time before it.
 QString lastMessageIn(const QString& log)
@@ -186,7 +179,7 @@ void BuildView::chooseOutput()
     if (m_manager.status().isBuilding())
         return;
     const FilePicker::SaveRequest request{u"Save Disk Image"_s,
-        expandTilde(m_settings.defaultOutputDirectory()),
+        withHomeFolder(m_settings.defaultOutputDirectory()),
         proposedOutputName(m_settings.namingTemplate(), m_job.config(), m_clock.now()),
         {u"Disk Image"_s, u"dmg"_s}};
     FilePicker::save(this, request, [this](const QUrl& location) {

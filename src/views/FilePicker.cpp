@@ -1,5 +1,7 @@
 #include "views/FilePicker.h"
 
+#include "platform/Paths.h"
+
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -49,8 +51,7 @@ private:
         const QString typed = name != nullptr ? name->text() : QString();
         if (typed.isEmpty())
             return {};
-        return directory().absoluteFilePath(
-            typed.startsWith("~/"_L1) ? QDir::homePath() + typed.sliced(1) : typed);
+        return directory().absoluteFilePath(withHomeFolder(typed));
     }
 
     void take(const QString& bundle)

@@ -102,8 +102,8 @@ QCoro::Task<> KeychainPrimerSheet::goOn(QPointer<KeychainPrimerSheet> self, Cloc
     if (!self)
         co_return;
     self->m_isProcessing = false;
-    const std::function<void()> onContinue = self->m_onContinue;
-    self->dismiss();
-    if (onContinue)
+    if (const std::function<void()> onContinue = self->m_onContinue)
         onContinue();
+    if (self)
+        self->dismiss();
 }

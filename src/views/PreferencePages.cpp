@@ -2,6 +2,7 @@
 
 #include "model/SettingsManager.h"
 #include "platform/MainQueue.h"
+#include "platform/Paths.h"
 #include "views/Buttons.h"
 #include "views/Field.h"
 #include "views/FilePicker.h"
@@ -132,7 +133,8 @@ void WorkflowSettingsPage::refresh()
 
 void WorkflowSettingsPage::chooseFolder()
 {
-    FilePicker::openFolder(this, u"Default Output Directory"_s, m_settings.defaultOutputDirectory(),
+    FilePicker::openFolder(this, u"Default Output Directory"_s,
+        withHomeFolder(m_settings.defaultOutputDirectory()),
         [this](const QUrl& folder) { m_settings.setDefaultOutputDirectory(folder.toLocalFile()); });
 }
 

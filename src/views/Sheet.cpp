@@ -11,6 +11,8 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -58,6 +60,11 @@ void Sheet::present()
     const QList<QPushButton*> buttons = findChildren<QPushButton*>();
     if (!buttons.isEmpty())
         buttons.last()->setFocus();
+}
+
+bool Sheet::isOpenIn(const QWidget* window)
+{
+    return std::ranges::any_of(window->findChildren<Sheet*>(), &QWidget::isVisible);
 }
 
 void Sheet::dismiss()

@@ -19,6 +19,8 @@ public:
     void addSpace(int points);
 
     void present();
+    /// Some sheet is open in the window, which has the keys then.
+    static bool isOpenIn(const QWidget* window);
     void dismiss();
 
 signals:

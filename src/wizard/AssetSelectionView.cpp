@@ -6,10 +6,14 @@
 #include "wizard/AssetThumbnail.h"
 #include "wizard/DragDropZone.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QPointer>
 #include <QScrollArea>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +28,12 @@ DragDropZone::Kind backgroundKind()
 {
     return {
         u"Background"_s, u"photo"_s, {u"png"_s, u"jpg"_s, u"jpeg"_s, u"tiff"_s, u"heic"_s}, false};
+}
+
+bool holdsFocus(const AssetThumbnail* thumbnail)
+{
+    const QWidget* focused = QApplication::focusWidget();
+    return focused == thumbnail || thumbnail->isAncestorOf(focused);
 }
 
 } // namespace
@@ -117,23 +127,39 @@ AssetSelectionView::Shelf AssetSelectionView::makeShelf(const QString& title)
 
 void AssetSelectionView::fill(Shelf& shelf, const QList<QUrl>& pictures, bool areRemovable)
 {
-    for (AssetThumbnail* each : std::as_const(shelf.thumbnails)) {
-        each->hide();
-        each->deleteLater(); // its own button may have asked for this
-    }
-    shelf.thumbnails.clear();
+    QList<AssetThumbnail*> before = std::exchange(shelf.thumbnails, {});
+    const qsizetype focused = std::ranges::find_if(before, &holdsFocus) - before.begin();
     for (const QUrl& picture : pictures) {
-        auto* thumbnail = new AssetThumbnail(picture, areRemovable);
-        connect(thumbnail, &QAbstractButton::clicked, this, [this, picture] {
-            m_job.edit([&](DMGConfig& config) { config.backgroundURL = picture; });
-        });
-        connect(thumbnail, &AssetThumbnail::removalAsked, this,
-            [this, picture] { removeRecent(picture); });
+        const auto kept = std::ranges::find(before, picture, &AssetThumbnail::url);
+        AssetThumbnail* thumbnail = nullptr;
+        if (kept == before.end()) {
+            thumbnail = makeThumbnail(picture, areRemovable);
+        } else {
+            thumbnail = *kept;
+            before.erase(kept);
+        }
         shelf.row->insertWidget(static_cast<int>(shelf.thumbnails.size()), thumbnail);
         shelf.thumbnails.append(thumbnail);
     }
     shelf.whole->setVisible(!pictures.isEmpty());
+    for (AssetThumbnail* each : std::as_const(before)) {
+        if (holdsFocus(each) && !shelf.thumbnails.isEmpty())
+            shelf.thumbnails[qMin(focused, shelf.thumbnails.size() - 1)]->setFocus();
+        each->hide();
+        each->deleteLater(); // its own button may have asked for this
+    }
     refresh();
+}
+
+AssetThumbnail* AssetSelectionView::makeThumbnail(const QUrl& picture, bool isRemovable)
+{
+    auto* thumbnail = new AssetThumbnail(picture, isRemovable);
+    connect(thumbnail, &QAbstractButton::clicked, this, [this, picture] {
+        m_job.edit([&](DMGConfig& config) { config.backgroundURL = picture; });
+    });
+    connect(
+        thumbnail, &AssetThumbnail::removalAsked, this, [this, picture] { removeRecent(picture); });
+    return thumbnail;
 }
 
 void AssetSelectionView::refresh()

@@ -30,7 +30,9 @@ private:
     };
 
     Shelf makeShelf(const QString& title);
+    /// Pictures that are on the shelf already keep their thumbnails, and so the focus.
     void fill(Shelf& shelf, const QList<QUrl>& pictures, bool areRemovable);
+    AssetThumbnail* makeThumbnail(const QUrl& picture, bool isRemovable);
     void refresh();
     void recordBackground();
     void removeRecent(const QUrl& picture);

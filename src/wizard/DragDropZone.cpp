@@ -31,6 +31,18 @@ void takeCopy(QDropEvent& event)
     event.accept();
 }
 
+/// The first of what is dragged, when it is a file of this machine.
+std::optional<QUrl> fileIn(const QMimeData& data)
+{
+    const QList<QUrl> dragged = data.urls();
+    if (dragged.isEmpty() || !dragged.first().isLocalFile())
+        return std::nullopt;
+    QUrl file = dragged.first();
+    if (file.host() == "localhost"_L1) // as good as none
+        file.setHost({});
+    return file;
+}
+
 constexpr int pictureEdge = 64;
 
 /// With a light edge, as a print has, so that dark pictures stand out, too.
@@ -164,7 +176,7 @@ void DragDropZone::browse()
 void DragDropZone::offer(const QUrl& location)
 {
     MainQueue::post([self = QPointer(this), location] {
-        if (self && location.isLocalFile() && accepts(self->m_kind.allowedExtensions, location))
+        if (self && accepts(self->m_kind.allowedExtensions, location))
             emit self->fileChosen(QUrl::fromLocalFile(pathOf(location)));
     });
 }
@@ -177,7 +189,7 @@ void DragDropZone::setTargeted(bool targeted)
 
 void DragDropZone::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (event->mimeData()->urls().isEmpty())
+    if (!fileIn(*event->mimeData()))
         return;
     takeCopy(*event);
     setTargeted(true);
@@ -191,11 +203,11 @@ void DragDropZone::dragLeaveEvent(QDragLeaveEvent*)
 void DragDropZone::dropEvent(QDropEvent* event)
 {
     setTargeted(false);
-    const QList<QUrl> dropped = event->mimeData()->urls();
-    if (dropped.isEmpty())
+    const std::optional<QUrl> dropped = fileIn(*event->mimeData());
+    if (!dropped)
         return;
     takeCopy(*event);
-    offer(dropped.first());
+    offer(*dropped);
 }
 
 void DragDropZone::mouseReleaseEvent(QMouseEvent* event)

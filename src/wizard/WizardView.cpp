@@ -25,8 +25,6 @@
 #include <QShortcut>
 #include <QSplitter>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -75,7 +73,7 @@ WizardView::WizardView(WizardHost host, QWidget* parent)
     columns->addWidget(m_sidebar);
     columns->addWidget(makeDetail());
     columns->setStretchFactor(1, 1);
-    columns->setCollapsible(1, false);
+    columns->setChildrenCollapsible(false);
     layout->addWidget(columns);
     connectManagers();
     rebuildSteps();
@@ -226,8 +224,7 @@ void WizardView::showCurrentScreen()
     }
     m_detail->insertWidget(0, m_screen, 1);
     refresh();
-    const auto sheets = window()->findChildren<Sheet*>();
-    if (std::ranges::none_of(sheets, &QWidget::isVisible)) // which keeps the keys
+    if (!Sheet::isOpenIn(window()))
         setFocus();
 }
 
@@ -318,7 +315,8 @@ bool WizardView::isBusy() const
 void WizardView::keyPressEvent(QKeyEvent* event)
 {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isReturn && !event->isAutoRepeat()) // a key held down leads one step on
+    const bool isAlone = (event->modifiers() & ~Qt::KeypadModifier) == 0;
+    if (isReturn && isAlone && !event->isAutoRepeat()) // a key held down leads one step on
         goNext();
     else
         QWidget::keyPressEvent(event);

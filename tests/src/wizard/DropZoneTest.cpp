@@ -30,7 +30,7 @@ public:
         data.setUrls(files);
         QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(&zone, &enter);
-        EXPECT_EQ(zone.isTargeted(), !files.isEmpty());
+        EXPECT_EQ(zone.isTargeted(), !files.isEmpty() && files.first().isLocalFile());
         QDropEvent event(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         event.setAccepted(false);
         QApplication::sendEvent(&zone, &event);
@@ -82,15 +82,15 @@ TEST(DropZoneKind, ExtensionsDecideWhateverTheirCase)
 TEST_F(DropZone, TakesTheFirstOfWhatIsDroppedOnALaterTurn)
 {
     EXPECT_FALSE(drop({}));
-    EXPECT_TRUE(drop(
-        {QUrl(u"file:///a/It's%20%E2%80%9COne%E2%80%9D.app/"_s), QUrl(u"file:///a/Two.app"_s)}));
+    EXPECT_TRUE(drop({QUrl(u"file://localhost/a/It's%20%E2%80%9COne%E2%80%9D.app/"_s),
+        QUrl(u"file:///a/Two.app"_s)}));
     EXPECT_TRUE(chosen.isEmpty());
     QCoreApplication::processEvents();
     ASSERT_EQ(chosen.size(), 1);
     EXPECT_EQ(chosen[0]->toLocalFile(), u"/a/It's “One”.app"_s);
 
     drop({QUrl(u"file:///a/image.dmg"_s), QUrl(u"file:///a/Two.app"_s)});
-    drop({QUrl(u"https://example.com/Three.app"_s)});
+    EXPECT_FALSE(drop({QUrl(u"https://example.com/Three.app"_s), QUrl(u"file:///a/Two.app"_s)}));
     QCoreApplication::processEvents();
     EXPECT_EQ(chosen.size(), 1);
 }
