@@ -1,5 +1,6 @@
 #include "TestVolumes.h"
 
+#include "bytes/File.h"
 #include "hfsplus/VolumeRecords.h"
 #include "macfile/HostAttributes.h"
 #include "macfile/Metadata.h"
