@@ -162,6 +162,7 @@ void Tour::wholeWay()
     show(appSigning);
     chooseIdentity();
     take(appSigning, u"filled"_s);
+    asking();
     work(appSigning, u"Sign App Bundle & Enable Hardened Runtime"_s, u"Signed · "_s, u"finished"_s);
     show(appNotarization);
     take(appNotarization, u"filled"_s);
@@ -218,6 +219,22 @@ void Tour::dragging()
         return;
     }
     Visitor::faults().append(u"there is no place to drop an application"_s);
+}
+
+/// The identities are gone since they were listed.
+void Tour::asking()
+{
+    const QString aside = m_home.state() + u"-aside"_s;
+    QDir().rename(m_home.state(), aside);
+    Visitor::press(u"Sign App Bundle & Enable Hardened Runtime"_s);
+    if (!Visitor::turnUntil([] { return Visitor::sees(u"Keychain Access Required"_s); }))
+        Visitor::faults().append(u"nobody explains that the keychain is needed"_s);
+    Visitor::turnFor(toSettle);
+    take(appSigning, u"asking"_s);
+    Visitor::press(u"Cancel"_s);
+    Visitor::turnFor(toSettle);
+    QDir(m_home.state()).removeRecursively();
+    QDir().rename(aside, m_home.state());
 }
 
 void Tour::closing()

@@ -36,6 +36,7 @@ private:
     void dragging();
     void failures();
     void wholeWay();
+    void asking();
     void closing();
     void settings();
     void takeSettings(SettingsSection section, const QString& state = {});

@@ -133,10 +133,7 @@ QCoro::Task<> AppSigningView::probeAndSign(QPointer<AppSigningView> self)
         if (self)
             self->signNow();
     });
-    connect(sheet, &QObject::destroyed, self, [self] {
-        if (self)
-            self->m_isAsking = false;
-    });
+    connect(sheet, &Sheet::dismissed, self, [view = self.data()] { view->m_isAsking = false; });
     sheet->present();
 }
 

@@ -72,6 +72,7 @@ void Sheet::dismiss()
     if (m_focusBefore)
         m_focusBefore->setFocus();
     close();
+    emit dismissed();
 }
 
 bool Sheet::eventFilter(QObject* watched, QEvent* event)

@@ -26,6 +26,7 @@ public:
 signals:
     /// The user wants it gone, by Escape.
     void escaped();
+    void dismissed();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

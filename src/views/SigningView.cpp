@@ -147,10 +147,7 @@ QCoro::Task<> SigningView::probeAndSign(QPointer<SigningView> self)
         if (self)
             signNow(self);
     });
-    connect(sheet, &QObject::destroyed, self, [self] {
-        if (self)
-            self->m_isAsking = false;
-    });
+    connect(sheet, &Sheet::dismissed, self, [view = self.data()] { view->m_isAsking = false; });
     sheet->present();
 }
 
