@@ -48,6 +48,12 @@ void MainWindow::makeMenus(SettingsManager& settings, std::function<void()> open
     quit->setMenuRole(QAction::QuitRole);
     quit->setShortcutContext(Qt::ApplicationShortcut); // from the settings, too
 
+    QMenu* view = menuBar()->addMenu(u"&View"_s);
+    QAction* sidebar = view->addAction(u"Show Sidebar"_s, Qt::Key_F9, this,
+        [this](bool visible) { m_wizard->setSidebarVisible(visible); });
+    sidebar->setCheckable(true);
+    sidebar->setChecked(true);
+
     QMenu* help = menuBar()->addMenu(u"&Help"_s);
     help->addAction(u"Vandor DMG Help"_s, QKeySequence::HelpContents, this,
         [] { QDesktopServices::openUrl(supportPage); });

@@ -306,6 +306,11 @@ void WizardView::reset()
     m_smartSkip.reset();
 }
 
+void WizardView::setSidebarVisible(bool visible)
+{
+    m_sidebar->setVisible(visible);
+}
+
 bool WizardView::isBusy() const
 {
     return m_build.status().isBuilding() || m_signing.isSigning() || m_signing.isAppSigning()

@@ -26,6 +26,8 @@ public:
 
     /// "New Project": everything as at the start, but for the identity and the settings.
     void reset();
+    /// Shows the column of the steps, which is there at first, or gives its room to the screen.
+    void setSidebarVisible(bool visible);
     /// Some manager works at something that closing the window would leave alone.
     bool isBusy() const;
 
