@@ -124,6 +124,26 @@ TEST_F(Keyboard, TabLeadsThroughTheScreenToTheWayOnAndToTheSteps)
     }
 }
 
+TEST_F(Keyboard, StaysAmongTheRecentsWhenOneIsRemoved)
+{
+    go(NavigationStep::assets);
+    for (const QString& name : {u"one.png"_s, u"two.png"_s, u"three.png"_s}) {
+        ASSERT_TRUE(QFile::copy(QStringLiteral(SAMPLES_DIR "/background.png"), home.file(name)));
+        window.wizard().job().edit([&](DMGConfig& edited) {
+            edited.backgroundURL = QUrl::fromLocalFile(home.file(name));
+        });
+        ASSERT_TRUE(WindowUser::waitUntil([&] { return user.control(u"Remove "_s + name); }));
+    }
+    const QWidget* untouched = user.control(u"one.png"_s);
+    activate(u"Remove two.png"_s); // the middle one: the last choice comes first
+    EXPECT_EQ(user.control(u"one.png"_s), untouched);
+    EXPECT_EQ(QApplication::focusWidget(), untouched);
+    activate(u"Remove one.png"_s);
+    EXPECT_EQ(QApplication::focusWidget(), user.control(u"three.png"_s));
+    activate(u"Remove three.png"_s);
+    EXPECT_EQ(job().backgroundURL, std::nullopt);
+}
+
 TEST_F(Keyboard, LeadsBackFromEveryControlThatIsNoFieldForText)
 {
     window.wizard().job().edit(
