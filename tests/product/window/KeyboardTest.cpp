@@ -122,6 +122,10 @@ TEST_F(Keyboard, TabLeadsThroughTheScreenToTheWayOnAndToTheSteps)
         EXPECT_EQ(QApplication::focusWidget(), user.control(stop)) << stop.toStdString();
         user.key(Qt::Key_Backtab, Qt::ShiftModifier);
     }
+    user.key(Qt::Key_F9); // no sidebar any more
+    ASSERT_NO_FATAL_FAILURE(user.tabTo(u"Next"_s));
+    user.key(Qt::Key_Tab);
+    EXPECT_EQ(QApplication::focusWidget(), user.control(stops[0]));
 }
 
 TEST_F(Keyboard, StaysAmongTheRecentsWhenOneIsRemoved)
