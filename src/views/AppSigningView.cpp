@@ -84,9 +84,10 @@ QWidget* AppSigningView::makeStatusCard()
 QWidget* AppSigningView::makeSigningCard()
 {
     auto* card = new Card(u"Signing Identity"_s);
-    auto* row = new QHBoxLayout;
     m_identities = new IdentityPicker(m_signing);
-    row->addWidget(m_identities, 1);
+    card->add(m_identities); // the names are long, and so is the button's
+    auto* row = new QHBoxLayout;
+    row->addStretch();
     m_sign =
         new BusyButton(u"Sign App Bundle && Enable Hardened Runtime"_s, u"pencil.and.outline"_s);
     m_sign->setAccessibleName(u"Sign App Bundle & Enable Hardened Runtime"_s);

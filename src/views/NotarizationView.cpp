@@ -45,7 +45,7 @@ NotarizationView::NotarizationView(
         u"Use 'xcrun notarytool store-credentials \"Name\"' in Terminal to set this up."_s));
     content()->addWidget(profile);
 
-    auto* logs = new Card;
+    auto* logs = new Card(u"Notarization Logs"_s);
     logs->add(m_logs);
     content()->addWidget(logs, 1);
     setEmptyPage(new EmptyState(

@@ -4,11 +4,11 @@
 #include "views/Labels.h"
 #include "views/NotarizationSettingsPage.h"
 #include "views/Panel.h"
+#include "views/ScrollColumn.h"
 #include "views/SideList.h"
 #include "views/SigningSettingsPage.h"
 
 #include <QHBoxLayout>
-#include <QScrollArea>
 
 #include <algorithm>
 
@@ -43,7 +43,7 @@ SettingsView::SettingsView(Host host, QWidget* parent)
     : QWidget(parent)
     , m_host(std::move(host))
     , m_sections(new SideList(u"Settings"_s))
-    , m_detail(new QScrollArea)
+    , m_detail(new ScrollColumn)
 {
     setMinimumSize(850, 600);
     auto* layout = new QHBoxLayout(this);
@@ -57,9 +57,6 @@ SettingsView::SettingsView(Host host, QWidget* parent)
         m_sections->addRow(rawValue(section), symbolOf(section));
     side->addWidget(m_sections);
     layout->addWidget(sidebar);
-    m_detail->setWidgetResizable(true);
-    m_detail->setFrameShape(QFrame::NoFrame);
-    m_detail->setFocusPolicy(Qt::NoFocus);
     layout->addWidget(m_detail, 1);
 
     connect(m_sections, &SideList::chosen, this, [this](int index) {

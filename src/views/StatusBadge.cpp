@@ -43,10 +43,8 @@ void StatusBadge::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor tint = m_colour;
-    tint.setAlphaF(0.12F);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(tint);
+    painter.setBrush(Theme::tint(m_colour));
     painter.drawRoundedRect(ground(), roundest, roundest);
     painter.setBrush(m_colour);
     painter.drawEllipse(QPointF(14, height() / 2.0), 3.5, 3.5);

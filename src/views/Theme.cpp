@@ -43,14 +43,14 @@ QPalette palette()
     palette.setColor(QPalette::Button, Colour::raised);
     palette.setColor(QPalette::ButtonText, Colour::text);
     palette.setColor(QPalette::BrightText, Qt::white);
-    palette.setColor(QPalette::PlaceholderText, QColor(0x83, 0x8b, 0x9d));
+    palette.setColor(QPalette::PlaceholderText, Colour::faint);
     palette.setColor(QPalette::Highlight, Colour::accent);
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::ToolTipBase, Colour::raised);
     palette.setColor(QPalette::ToolTipText, Colour::text);
     palette.setColor(QPalette::Link, Colour::accentInk);
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        palette.setColor(QPalette::Disabled, role, QColor(0x6b, 0x72, 0x83));
+        palette.setColor(QPalette::Disabled, role, Colour::faint);
     palette.setColor(QPalette::Disabled, QPalette::Highlight, Colour::raised);
     return palette;
 }
@@ -62,10 +62,11 @@ QString withColours(QString sheet)
     const std::pair<QString, QColor> names[] = {{u"@window"_s, Colour::window},
         {u"@sidebar"_s, Colour::sidebar}, {u"@card"_s, Colour::card}, {u"@field"_s, Colour::field},
         {u"@raisedHover"_s, Colour::raisedHover}, {u"@raised"_s, Colour::raised},
-        {u"@border"_s, Colour::border}, {u"@text"_s, Colour::text},
+        {u"@border"_s, Colour::border}, {u"@outlineHover"_s, Colour::outlineHover},
+        {u"@outline"_s, Colour::outline}, {u"@text"_s, Colour::text},
         {u"@secondary"_s, Colour::secondary}, {u"@accentHover"_s, Colour::accentHover},
         {u"@accentInk"_s, Colour::accentInk}, {u"@accent"_s, Colour::accent},
-        {u"@red"_s, Colour::red}};
+        {u"@red"_s, Colour::red}, {u"@faint"_s, Colour::faint}};
     for (const auto& [name, colour] : names)
         sheet.replace(name, colour.name());
     return sheet;
@@ -79,12 +80,12 @@ QPushButton { background: @raised; color: @text; border: 1px solid @border; bord
 QPushButton:hover { background: @raisedHover; }
 QPushButton:pressed { background: @border; }
 QPushButton:focus { border: 1px solid @accentInk; }
-QPushButton:disabled { color: #6b7283; background: @card; }
+QPushButton:disabled { color: @faint; background: @card; }
 QPushButton[kind="primary"] { background: @accent; color: white; border-color: @accent;
     font-weight: 600; }
 QPushButton[kind="primary"]:hover { background: @accentHover; }
 QPushButton[kind="primary"]:focus { border: 2px solid @text; padding: 5px 13px; }
-QPushButton[kind="primary"]:disabled { background: @raised; color: #7c8496; border-color: @raised; }
+QPushButton[kind="primary"]:disabled { background: @card; color: @faint; border-color: @border; }
 QPushButton[kind="destructive"] { color: @red; }
 QPushButton[kind="destructive"]:hover { background: @raised; border-color: @red; }
 QPushButton[kind="plain"] { background: transparent; border: 1px solid transparent; padding: 4px; }
@@ -99,7 +100,7 @@ QLineEdit, QComboBox { background: @field; color: @text; border: 1px solid @bord
     selection-background-color: @accent; selection-color: white; }
 QComboBox { padding-left: 11px; }
 QLineEdit:focus, QComboBox:focus { border: 1px solid @accentInk; }
-QLineEdit:disabled, QComboBox:disabled { color: #6b7283; }
+QLineEdit:disabled, QComboBox:disabled { color: @faint; }
 QComboBox::drop-down { border: none; width: 22px; }
 QComboBox QAbstractItemView { background: @raised; color: @text; border: 1px solid @border;
     selection-background-color: @accent; selection-color: white; outline: none; padding: 4px; }
@@ -116,8 +117,8 @@ QProgressBar { background: @border; border: none; border-radius: 2px; max-height
 QProgressBar::chunk { background: @accentInk; border-radius: 2px; }
 QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }
 QScrollBar:horizontal { background: transparent; height: 10px; margin: 2px; }
-QScrollBar::handle { background: #474e60; border-radius: 3px; min-height: 28px; min-width: 28px; }
-QScrollBar::handle:hover { background: #5d657a; }
+QScrollBar::handle { background: @outline; border-radius: 3px; min-height: 28px; min-width: 28px; }
+QScrollBar::handle:hover { background: @outlineHover; }
 QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
 QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
 QMenuBar { background: @sidebar; color: @text; padding: 3px 4px; }
@@ -156,6 +157,15 @@ void Theme::style(QWidget& widget, Type type, const QColor& colour)
     palette.setColor(QPalette::WindowText, colour);
     palette.setColor(QPalette::Text, colour);
     widget.setPalette(palette);
+}
+
+QColor Theme::tint(const QColor& ink)
+{
+    constexpr float share = 0.12F;
+    const auto mixed = [](float one, float other) { return share * one + (1 - share) * other; };
+    const QColor& ground = Colour::card;
+    return QColor::fromRgbF(mixed(ink.redF(), ground.redF()), mixed(ink.greenF(), ground.greenF()),
+        mixed(ink.blueF(), ground.blueF()));
 }
 
 int Theme::motion(const QWidget& widget)

@@ -18,8 +18,11 @@ inline constexpr QColor field{0x12, 0x14, 0x1a};
 inline constexpr QColor raised{0x2a, 0x2e, 0x3b}; // buttons, selected rows
 inline constexpr QColor raisedHover{0x35, 0x3a, 0x4a};
 inline constexpr QColor border{0x33, 0x38, 0x47};
+inline constexpr QColor outline{0x4c, 0x53, 0x66}; // of drop zones and of what can be dragged
+inline constexpr QColor outlineHover{0x5d, 0x65, 0x7a};
 inline constexpr QColor text{0xec, 0xee, 0xf4};
 inline constexpr QColor secondary{0xa2, 0xaa, 0xbc};
+inline constexpr QColor faint{0x83, 0x8b, 0x9d}; // what can't be used, or was not typed yet
 inline constexpr QColor locked{0x7a, 0x82, 0x94}; // steps that can't be gone to yet
 inline constexpr QColor accent{0x2f, 0x6b, 0xe0}; // under white text
 inline constexpr QColor accentHover{0x36, 0x70, 0xdf};
@@ -54,6 +57,9 @@ void apply(QApplication& application);
 
 /// Gives a label the type and, where one is given, the colour.
 void style(QWidget& widget, Type type, const QColor& colour = Colour::text);
+
+/// The ground of a badge with that ink, on a card.
+QColor tint(const QColor& ink);
 
 /// How long things move, in milliseconds; 0 where the user wants no motion.
 int motion(const QWidget& widget);

@@ -3,6 +3,7 @@
 #include "model/ConfigWrapper.h"
 #include "platform/MainQueue.h"
 #include "views/Labels.h"
+#include "views/ScrollColumn.h"
 #include "wizard/AssetThumbnail.h"
 #include "wizard/DragDropZone.h"
 
@@ -68,10 +69,7 @@ AssetSelectionView::AssetSelectionView(
     shelves->addWidget(m_recents.whole);
     shelves->addWidget(m_presets.whole);
     shelves->addStretch(1);
-    auto* scroll = new QScrollArea;
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setFocusPolicy(Qt::NoFocus);
+    auto* scroll = new ScrollColumn;
     scroll->setWidget(m_shelves);
     layout->addWidget(scroll, 1);
 

@@ -8,6 +8,7 @@
 #include "views/Field.h"
 #include "views/Labels.h"
 #include "views/NumberField.h"
+#include "views/ScrollColumn.h"
 #include "views/SegmentedPicker.h"
 #include "views/Symbol.h"
 #include "wizard/LayoutPreview.h"
@@ -15,7 +16,6 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLineEdit>
-#include <QScrollArea>
 #include <QSlider>
 #include <QWheelEvent>
 
@@ -160,11 +160,7 @@ QWidget* ConfigurationView::makeForm()
     layout->addWidget(sizes);
     layout->addStretch();
 
-    auto* scroll = new QScrollArea;
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setFocusPolicy(Qt::NoFocus);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    auto* scroll = new ScrollColumn;
     scroll->setWidget(form);
     scroll->setMinimumWidth(formWidth);
     scroll->setMaximumWidth(formWidth + 60);

@@ -220,7 +220,7 @@ void DragDropZone::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QPen pen(m_isTargeted ? Theme::Colour::accentInk : QColor(0x4c, 0x53, 0x66), 2);
+    QPen pen(m_isTargeted ? Theme::Colour::accentInk : Theme::Colour::outline, 2);
     if (!m_fileURL && !m_isTargeted) {
         constexpr double dash = 10; // points; the pattern counts in widths of the pen
         pen.setDashPattern({dash / pen.widthF(), dash / pen.widthF()});

@@ -17,12 +17,15 @@ TEST(Looks, TextStandsOutFromEveryGroundThatItIsUsedOn)
                 Colour::raisedHover}},
         {"captions", Colour::secondary,
             {Colour::window, Colour::sidebar, Colour::card, Colour::field, Colour::raised}},
+        {"what is not typed yet or can't be used", Colour::faint, {Colour::field, Colour::card}},
         {"locked steps", Colour::locked, {Colour::sidebar}},
         {"main buttons and selected text", Qt::white, {Colour::accent, Colour::accentHover}},
         {"the current step's symbol", Colour::accentInk, {Colour::sidebar, Colour::raised}},
-        {"failures and what destroys", Colour::red, {Colour::card, Colour::raised}},
-        {"successes", Colour::green, {Colour::card, Colour::raised}},
-        {"warnings", Colour::orange, {Colour::card, Colour::raised}},
+        {"failures and what destroys", Colour::red,
+            {Colour::card, Colour::raised, tint(Colour::red)}},
+        {"successes", Colour::green, {Colour::card, Colour::raised, tint(Colour::green)}},
+        {"warnings", Colour::orange, {Colour::card, Colour::raised, tint(Colour::orange)}},
+        {"badges that say little", Colour::secondary, {tint(Colour::secondary)}},
     };
     EXPECT_DOUBLE_EQ(contrast(Qt::black, Qt::white), 21);
     for (const auto& row : rows) {
