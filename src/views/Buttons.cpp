@@ -28,7 +28,7 @@ QString nameOf(ButtonKind kind)
 QColor inkOf(ButtonKind kind)
 {
     if (kind == ButtonKind::primary)
-        return Qt::white;
+        return Theme::Colour::onAccent;
     return kind == ButtonKind::destructive ? Theme::Colour::red : Theme::Colour::text;
 }
 
@@ -118,8 +118,10 @@ void BusyButton::paintEvent(QPaintEvent* event)
         ? width() / 2.0
         : (width() - fontMetrics().horizontalAdvance(text())) / 2.0 - edge;
     const QRectF ring(middle - edge / 2, (height() - edge) / 2.0, edge, edge);
-    painter.setPen(QPen(QColor(255, 255, 255, 70), 2));
+    QColor track = Theme::Colour::onAccent;
+    track.setAlphaF(0.27F);
+    painter.setPen(QPen(track, 2));
     painter.drawEllipse(ring);
-    painter.setPen(QPen(Qt::white, 2, Qt::SolidLine, Qt::RoundCap));
+    painter.setPen(QPen(Theme::Colour::onAccent, 2, Qt::SolidLine, Qt::RoundCap));
     painter.drawArc(ring, -m_turn * 16, 90 * 16);
 }

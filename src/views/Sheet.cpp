@@ -103,7 +103,7 @@ bool Sheet::focusNextPrevChild(bool next)
 void Sheet::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), QColor(0, 0, 0, 150));
+    painter.fillRect(rect(), Theme::Colour::dimming);
 }
 
 void showAlert(QWidget* over, const QString& title, const QString& message)

@@ -57,7 +57,7 @@ void SideRow::paintEvent(QPaintEvent*)
     }
 
     constexpr int symbolEdge = 20;
-    const QColor ink = isEnabled() ? Theme::Colour::text : Theme::Colour::locked;
+    const QColor ink = isEnabled() ? Theme::Colour::text : Theme::Colour::faint;
     const QRectF symbol(8, (height() - symbolEdge) / 2.0, symbolEdge, symbolEdge);
     painter.drawPixmap(symbol.toRect(),
         Symbol::pixmap(m_symbol, isChecked() ? Theme::Colour::accentInk : ink, symbolEdge,
@@ -76,7 +76,7 @@ void SideRow::paintEvent(QPaintEvent*)
     QRectF drawn;
     painter.drawText(title, Qt::AlignVCenter | Qt::AlignLeft, shown, &drawn);
     painter.setFont(captionFont);
-    painter.setPen(isEnabled() ? Theme::Colour::secondary : Theme::Colour::locked);
+    painter.setPen(isEnabled() ? Theme::Colour::secondary : Theme::Colour::faint);
     painter.drawText(
         title.adjusted(drawn.width() + 6, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, m_caption);
 }

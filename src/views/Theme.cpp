@@ -42,10 +42,10 @@ QPalette palette()
     palette.setColor(QPalette::Text, Colour::text);
     palette.setColor(QPalette::Button, Colour::raised);
     palette.setColor(QPalette::ButtonText, Colour::text);
-    palette.setColor(QPalette::BrightText, Qt::white);
+    palette.setColor(QPalette::BrightText, Colour::onAccent);
     palette.setColor(QPalette::PlaceholderText, Colour::faint);
     palette.setColor(QPalette::Highlight, Colour::accent);
-    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::HighlightedText, Colour::onAccent);
     palette.setColor(QPalette::ToolTipBase, Colour::raised);
     palette.setColor(QPalette::ToolTipText, Colour::text);
     palette.setColor(QPalette::Link, Colour::accentInk);
@@ -55,7 +55,8 @@ QPalette palette()
     return palette;
 }
 
-/// Colours by name, so that the sheet below repeats none.
+/// Colours by name, so that the sheet below repeats none. It names no ink for fields: the palette
+/// knows one for what is not typed yet, which an ink of the sheet would replace.
 QString withColours(QString sheet)
 {
     using namespace Theme;
@@ -66,7 +67,7 @@ QString withColours(QString sheet)
         {u"@outline"_s, Colour::outline}, {u"@text"_s, Colour::text},
         {u"@secondary"_s, Colour::secondary}, {u"@accentHover"_s, Colour::accentHover},
         {u"@accentInk"_s, Colour::accentInk}, {u"@accent"_s, Colour::accent},
-        {u"@red"_s, Colour::red}, {u"@faint"_s, Colour::faint}};
+        {u"@onAccent"_s, Colour::onAccent}, {u"@red"_s, Colour::red}, {u"@faint"_s, Colour::faint}};
     for (const auto& [name, colour] : names)
         sheet.replace(name, colour.name());
     return sheet;
@@ -81,7 +82,7 @@ QPushButton:hover { background: @raisedHover; }
 QPushButton:pressed { background: @border; }
 QPushButton:focus { border: 1px solid @accentInk; }
 QPushButton:disabled { color: @faint; background: @card; }
-QPushButton[kind="primary"] { background: @accent; color: white; border-color: @accent;
+QPushButton[kind="primary"] { background: @accent; color: @onAccent; border-color: @accent;
     font-weight: 600; }
 QPushButton[kind="primary"]:hover { background: @accentHover; }
 QPushButton[kind="primary"]:focus { border: 2px solid @text; padding: 5px 13px; }
@@ -95,17 +96,16 @@ QPushButton[kind="segment"] { background: transparent; border: 1px solid transpa
     padding: 5px 12px; color: @secondary; }
 QPushButton[kind="segment"]:checked { background: @raisedHover; color: @text; }
 QPushButton[kind="segment"]:focus { border: 1px solid @accentInk; }
-QLineEdit, QComboBox { background: @field; color: @text; border: 1px solid @border;
-    border-radius: 7px; padding: 6px 9px; min-height: 18px;
-    selection-background-color: @accent; selection-color: white; }
+QLineEdit, QComboBox { background: @field; border: 1px solid @border; border-radius: 7px;
+    padding: 6px 9px; min-height: 18px;
+    selection-background-color: @accent; selection-color: @onAccent; }
 QComboBox { padding-left: 11px; }
 QLineEdit:focus, QComboBox:focus { border: 1px solid @accentInk; }
-QLineEdit:disabled, QComboBox:disabled { color: @faint; }
 QComboBox::drop-down { border: none; width: 22px; }
 QComboBox QAbstractItemView { background: @raised; color: @text; border: 1px solid @border;
-    selection-background-color: @accent; selection-color: white; outline: none; padding: 4px; }
+    selection-background-color: @accent; selection-color: @onAccent; outline: none; padding: 4px; }
 QPlainTextEdit { background: @field; color: @text; border: 1px solid @border; border-radius: 7px;
-    padding: 6px; selection-background-color: @accent; selection-color: white; }
+    padding: 6px; selection-background-color: @accent; selection-color: @onAccent; }
 QPlainTextEdit:focus { border: 1px solid @accentInk; }
 QSlider { min-height: 20px; }
 QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: @border; }
@@ -123,7 +123,7 @@ QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
 QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
 QMenuBar { background: @sidebar; color: @text; padding: 3px 4px; }
 QMenuBar::item { padding: 5px 8px; border-radius: 6px; }
-QMenuBar::item:selected, QMenu::item:selected { background: @accent; color: white; }
+QMenuBar::item:selected, QMenu::item:selected { background: @accent; color: @onAccent; }
 QMenu { background: @raised; color: @text; border: 1px solid @border; padding: 4px; }
 QMenu::item { padding: 5px 22px; }
 )"_s;

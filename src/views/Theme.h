@@ -23,14 +23,15 @@ inline constexpr QColor outlineHover{0x5d, 0x65, 0x7a};
 inline constexpr QColor text{0xec, 0xee, 0xf4};
 inline constexpr QColor secondary{0xa2, 0xaa, 0xbc};
 inline constexpr QColor faint{0x83, 0x8b, 0x9d}; // what can't be used, or was not typed yet
-inline constexpr QColor locked{0x7a, 0x82, 0x94}; // steps that can't be gone to yet
-inline constexpr QColor accent{0x2f, 0x6b, 0xe0}; // under white text
+inline constexpr QColor accent{0x2f, 0x6b, 0xe0};
 inline constexpr QColor accentHover{0x36, 0x70, 0xdf};
+inline constexpr QColor onAccent{0xff, 0xff, 0xff};
 inline constexpr QColor accentInk{0x7c, 0xad, 0xff}; // on dark ground
 inline constexpr QColor green{0x4b, 0xd3, 0x93};
 inline constexpr QColor orange{0xf5, 0xb3, 0x51};
 inline constexpr QColor red{0xff, 0x7b, 0x72};
 inline constexpr QColor cyan{0x5f, 0xd4, 0xee};
+inline constexpr QColor dimming{0x00, 0x00, 0x00, 0x96}; // of what lies beneath a sheet
 } // namespace Colour
 
 /// Distances in points.

@@ -1,4 +1,7 @@
+#include "views/ComboBox.h"
 #include "views/Theme.h"
+
+#include <QLineEdit>
 
 #include <gtest/gtest.h>
 
@@ -17,9 +20,9 @@ TEST(Looks, TextStandsOutFromEveryGroundThatItIsUsedOn)
                 Colour::raisedHover}},
         {"captions", Colour::secondary,
             {Colour::window, Colour::sidebar, Colour::card, Colour::field, Colour::raised}},
-        {"what is not typed yet or can't be used", Colour::faint, {Colour::field, Colour::card}},
-        {"locked steps", Colour::locked, {Colour::sidebar}},
-        {"main buttons and selected text", Qt::white, {Colour::accent, Colour::accentHover}},
+        {"what is not typed yet or can't be used", Colour::faint,
+            {Colour::field, Colour::card, Colour::sidebar}},
+        {"main buttons and selected text", Colour::onAccent, {Colour::accent, Colour::accentHover}},
         {"the current step's symbol", Colour::accentInk, {Colour::sidebar, Colour::raised}},
         {"failures and what destroys", Colour::red,
             {Colour::card, Colour::raised, tint(Colour::red)}},
@@ -32,5 +35,20 @@ TEST(Looks, TextStandsOutFromEveryGroundThatItIsUsedOn)
         for (const QColor& ground : row.grounds)
             EXPECT_GE(contrast(row.ink, ground), least)
                 << row.use << " on " << ground.name().toStdString();
+    }
+}
+
+TEST(Looks, FieldsDrawInTheThemesInks)
+{
+    QLineEdit field;
+    ComboBox picker;
+    for (QWidget* each : std::initializer_list<QWidget*>{&field, &picker}) {
+        each->ensurePolished();
+        const QPalette inks = each->palette();
+        EXPECT_EQ(inks.color(QPalette::Active, QPalette::Text), Colour::text);
+        EXPECT_EQ(inks.color(QPalette::Active, QPalette::ButtonText), Colour::text);
+        EXPECT_EQ(inks.color(QPalette::Active, QPalette::PlaceholderText), Colour::faint);
+        EXPECT_EQ(inks.color(QPalette::Disabled, QPalette::Text), Colour::faint);
+        EXPECT_EQ(inks.color(QPalette::Disabled, QPalette::ButtonText), Colour::faint);
     }
 }
