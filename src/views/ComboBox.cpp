@@ -3,7 +3,9 @@
 #include "views/Theme.h"
 
 #include <QAbstractItemView>
+#include <QHelpEvent>
 #include <QStylePainter>
+#include <QToolTip>
 #include <QWheelEvent>
 
 void ComboBox::showPopup()
@@ -17,16 +19,32 @@ void ComboBox::wheelEvent(QWheelEvent* event)
     event->ignore();
 }
 
+bool ComboBox::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip || shownText() == currentText())
+        return QComboBox::event(event);
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+        Qt::convertFromPlainText(currentText()), this);
+    return true;
+}
+
+QString ComboBox::shownText() const
+{
+    QStyleOptionComboBox option;
+    initStyleOption(&option);
+    const QRect room =
+        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
+    return fontMetrics().elidedText(
+        currentText(), Qt::ElideMiddle, room.width() - Theme::Space::tight);
+}
+
 void ComboBox::paintEvent(QPaintEvent*)
 {
     QStylePainter painter(this);
     QStyleOptionComboBox option;
     initStyleOption(&option);
     painter.drawComplexControl(QStyle::CC_ComboBox, option);
-    const QRect room =
-        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
-    option.currentText = fontMetrics().elidedText(
-        option.currentText, Qt::ElideMiddle, room.width() - Theme::Space::tight);
+    option.currentText = shownText();
     painter.drawControl(QStyle::CE_ComboBoxLabel, option);
 
     painter.setRenderHint(QPainter::Antialiasing);

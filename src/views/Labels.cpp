@@ -93,5 +93,5 @@ void ElidedLabel::fit()
     const QString shown =
         fontMetrics().elidedText(m_fullText, Qt::ElideMiddle, contentsRect().width());
     setText(shown);
-    setToolTip(shown == m_fullText ? QString() : m_fullText.toHtmlEscaped());
+    setToolTip(shown == m_fullText ? QString() : Qt::convertFromPlainText(m_fullText));
 }

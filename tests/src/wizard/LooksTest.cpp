@@ -1,11 +1,16 @@
 #include "views/ComboBox.h"
+#include "views/Labels.h"
 #include "views/Theme.h"
 
+#include <QApplication>
+#include <QHelpEvent>
 #include <QLineEdit>
+#include <QToolTip>
 
 #include <gtest/gtest.h>
 
 using namespace Theme;
+using namespace Qt::StringLiterals;
 
 TEST(Looks, TextStandsOutFromEveryGroundThatItIsUsedOn)
 {
@@ -51,4 +56,26 @@ TEST(Looks, FieldsDrawInTheThemesInks)
         EXPECT_EQ(inks.color(QPalette::Disabled, QPalette::Text), Colour::faint);
         EXPECT_EQ(inks.color(QPalette::Disabled, QPalette::ButtonText), Colour::faint);
     }
+}
+
+TEST(Looks, APointerShowsAllOfWhatIsShortened)
+{
+    const QString name = u"Developer ID Application: Quick & Brown <Foxes> (ABCDE12345)"_s;
+    const QString tip = Qt::convertFromPlainText(name);
+
+    ElidedLabel label(Type::body);
+    label.setFullText(name);
+    label.resize(100, 20);
+    label.show();
+    EXPECT_EQ(label.toolTip(), tip);
+
+    ComboBox picker;
+    picker.addItem(name);
+    QHelpEvent pointed(QEvent::ToolTip, {}, {});
+    for (const bool isWide : {true, false}) {
+        picker.resize(isWide ? 900 : 200, 32);
+        QApplication::sendEvent(&picker, &pointed);
+        EXPECT_EQ(QToolTip::text(), isWide ? QString() : tip);
+    }
+    QToolTip::hideText();
 }
