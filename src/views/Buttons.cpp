@@ -85,7 +85,13 @@ QSize BusyButton::sizeHint() const
 void BusyButton::setBusy(bool busy, const QString& text)
 {
     setText(busy ? text : m_text);
-    setIcon(busy ? QIcon() : m_icon);
+    QIcon room; // for the ring beside the text
+    if (!text.isEmpty()) {
+        QPixmap clear(iconSize());
+        clear.fill(Qt::transparent);
+        room = QIcon(clear);
+    }
+    setIcon(busy ? room : m_icon);
     if (busy == m_busy)
         return;
     m_busy = busy;
@@ -114,9 +120,9 @@ void BusyButton::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     constexpr double edge = 14;
-    const double middle = text().isEmpty()
-        ? width() / 2.0
-        : (width() - fontMetrics().horizontalAdvance(text())) / 2.0 - edge;
+    constexpr int gap = 4; // of Qt's own, between icon and text
+    const int content = iconSize().width() + gap + fontMetrics().horizontalAdvance(text());
+    const double middle = text().isEmpty() ? width() / 2.0 : (width() - content + symbolEdge) / 2.0;
     const QRectF ring(middle - edge / 2, (height() - edge) / 2.0, edge, edge);
     QColor track = Theme::Colour::onAccent;
     track.setAlphaF(0.27F);

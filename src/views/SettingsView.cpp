@@ -1,10 +1,10 @@
 #include "views/SettingsView.h"
 
 #include "model/SettingsManager.h"
+#include "views/FadingScrollArea.h"
 #include "views/Labels.h"
 #include "views/NotarizationSettingsPage.h"
 #include "views/Panel.h"
-#include "views/ScrollColumn.h"
 #include "views/SideList.h"
 #include "views/SigningSettingsPage.h"
 
@@ -43,7 +43,7 @@ SettingsView::SettingsView(Host host, QWidget* parent)
     : QWidget(parent)
     , m_host(std::move(host))
     , m_sections(new SideList(u"Settings"_s))
-    , m_detail(new ScrollColumn)
+    , m_detail(new FadingScrollArea(Qt::Vertical))
 {
     setMinimumSize(850, 600);
     auto* layout = new QHBoxLayout(this);

@@ -2,15 +2,14 @@
 
 #include "model/ConfigWrapper.h"
 #include "platform/MainQueue.h"
+#include "views/FadingScrollArea.h"
 #include "views/Labels.h"
-#include "views/ScrollColumn.h"
 #include "wizard/AssetThumbnail.h"
 #include "wizard/DragDropZone.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QPointer>
-#include <QScrollArea>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -69,7 +68,7 @@ AssetSelectionView::AssetSelectionView(
     shelves->addWidget(m_recents.whole);
     shelves->addWidget(m_presets.whole);
     shelves->addStretch(1);
-    auto* scroll = new ScrollColumn;
+    auto* scroll = new FadingScrollArea(Qt::Vertical);
     scroll->setWidget(m_shelves);
     layout->addWidget(scroll, 1);
 
@@ -111,11 +110,7 @@ AssetSelectionView::Shelf AssetSelectionView::makeShelf(const QString& title)
     shelf.row->setContentsMargins(0, 0, 0, 0);
     shelf.row->setSpacing(2 * Theme::Space::small);
     shelf.row->addStretch();
-    auto* scroll = new QScrollArea;
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setFocusPolicy(Qt::NoFocus);
-    scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    auto* scroll = new FadingScrollArea(Qt::Horizontal);
     scroll->setFixedHeight(136);
     scroll->setWidget(strip);
     layout->addWidget(scroll);

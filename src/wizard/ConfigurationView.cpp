@@ -5,10 +5,10 @@
 #include "platform/Paths.h"
 #include "views/Buttons.h"
 #include "views/Card.h"
+#include "views/FadingScrollArea.h"
 #include "views/Field.h"
 #include "views/Labels.h"
 #include "views/NumberField.h"
-#include "views/ScrollColumn.h"
 #include "views/SegmentedPicker.h"
 #include "views/Symbol.h"
 #include "wizard/LayoutPreview.h"
@@ -160,7 +160,7 @@ QWidget* ConfigurationView::makeForm()
     layout->addWidget(sizes);
     layout->addStretch();
 
-    auto* scroll = new ScrollColumn;
+    auto* scroll = new FadingScrollArea(Qt::Vertical);
     scroll->setWidget(form);
     scroll->setMinimumWidth(formWidth);
     scroll->setMaximumWidth(formWidth + 60);
