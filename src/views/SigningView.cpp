@@ -4,6 +4,7 @@
 #include "signing/SigningManager.h"
 #include "views/Buttons.h"
 #include "views/Card.h"
+#include "views/FileDrop.h"
 #include "views/FilePicker.h"
 #include "views/IdentityPicker.h"
 #include "views/ImageRow.h"
@@ -14,7 +15,6 @@
 #include <QDragEnterEvent>
 #include <QFileInfo>
 #include <QHBoxLayout>
-#include <QMimeData>
 
 #include <algorithm>
 #include <utility>
@@ -25,7 +25,7 @@ namespace {
 
 bool isImage(const QUrl& file)
 {
-    return file.isLocalFile() && QFileInfo(file.toLocalFile()).suffix().toLower() == "dmg"_L1;
+    return QFileInfo(file.toLocalFile()).suffix().toLower() == "dmg"_L1;
 }
 
 } // namespace
@@ -98,16 +98,16 @@ void SigningView::selectImage()
 
 void SigningView::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (event->mimeData()->hasUrls())
-        event->acceptProposedAction();
+    if (!FileDrop::filesIn(*event->mimeData()).isEmpty())
+        FileDrop::takeCopy(*event);
 }
 
 void SigningView::dropEvent(QDropEvent* event)
 {
-    const QList<QUrl> dropped = event->mimeData()->urls();
+    const QList<QUrl> dropped = FileDrop::filesIn(*event->mimeData());
     if (dropped.isEmpty())
         return;
-    event->acceptProposedAction();
+    FileDrop::takeCopy(*event);
     const auto image = std::ranges::find_if(dropped, isImage);
     take(image == dropped.end() ? dropped.first() : *image);
 }

@@ -6,6 +6,7 @@
 #include "platform/Paths.h"
 #include "platform/PictureLoader.h"
 #include "views/Buttons.h"
+#include "views/FileDrop.h"
 #include "views/FilePicker.h"
 #include "views/Labels.h"
 #include "views/Symbol.h"
@@ -13,7 +14,6 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileInfo>
-#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
@@ -23,25 +23,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// The file stays where it is, whatever its source proposes.
-void takeCopy(QDropEvent& event)
-{
-    event.setDropAction(Qt::CopyAction);
-    event.accept();
-}
-
-/// The first of what is dragged, when it is a file of this machine.
-std::optional<QUrl> fileIn(const QMimeData& data)
-{
-    const QList<QUrl> dragged = data.urls();
-    if (dragged.isEmpty() || !dragged.first().isLocalFile())
-        return std::nullopt;
-    QUrl file = dragged.first();
-    if (file.host() == "localhost"_L1) // as good as none
-        file.setHost({});
-    return file;
-}
 
 constexpr int pictureEdge = 64;
 
@@ -189,9 +170,9 @@ void DragDropZone::setTargeted(bool targeted)
 
 void DragDropZone::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (!fileIn(*event->mimeData()))
+    if (FileDrop::filesIn(*event->mimeData()).isEmpty())
         return;
-    takeCopy(*event);
+    FileDrop::takeCopy(*event);
     setTargeted(true);
 }
 
@@ -203,11 +184,11 @@ void DragDropZone::dragLeaveEvent(QDragLeaveEvent*)
 void DragDropZone::dropEvent(QDropEvent* event)
 {
     setTargeted(false);
-    const std::optional<QUrl> dropped = fileIn(*event->mimeData());
-    if (!dropped)
+    const QList<QUrl> dropped = FileDrop::filesIn(*event->mimeData());
+    if (dropped.isEmpty())
         return;
-    takeCopy(*event);
-    offer(*dropped);
+    FileDrop::takeCopy(*event);
+    offer(dropped.first());
 }
 
 void DragDropZone::mouseReleaseEvent(QMouseEvent* event)
