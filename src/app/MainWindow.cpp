@@ -36,7 +36,7 @@ void MainWindow::makeMenus(SettingsManager& settings, std::function<void()> open
 {
     QMenu* file = menuBar()->addMenu(u"&File"_s);
     file->addAction(u"New Project"_s, QKeySequence::New, this, [this] {
-        if (!Sheet::isOpenIn(this))
+        if (Sheet::openIn(this).isEmpty())
             m_wizard->reset();
     });
     // Qt has keys for these two on some desktops only.

@@ -38,8 +38,8 @@ void ConfigWrapper::edit(const std::function<void(DMGConfig&)>& change)
 
 void ConfigWrapper::editLater(std::function<void(DMGConfig&)> change)
 {
-    MainQueue::post([wrapper = QPointer(this), change = std::move(change)] {
-        if (wrapper)
+    MainQueue::post([wrapper = QPointer(this), job = m_config.id, change = std::move(change)] {
+        if (wrapper && wrapper->m_config.id == job)
             wrapper->edit(change);
     });
 }

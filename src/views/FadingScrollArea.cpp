@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int fadeDepth = 20; // of a fade
+constexpr int fadeDepth = 20;
 
 /// Turns into the window's colour towards one edge.
 class Fade : public QWidget {

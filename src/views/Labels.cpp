@@ -90,8 +90,9 @@ void ElidedLabel::resizeEvent(QResizeEvent* event)
 
 void ElidedLabel::fit()
 {
-    const QString shown =
-        fontMetrics().elidedText(m_fullText, Qt::ElideMiddle, contentsRect().width());
+    QString line = m_fullText;
+    line.replace(u'\n', u' '); // there is room for one
+    const QString shown = fontMetrics().elidedText(line, Qt::ElideMiddle, contentsRect().width());
     setText(shown);
-    setToolTip(shown == m_fullText ? QString() : Qt::convertFromPlainText(m_fullText));
+    setToolTip(shown == line ? QString() : Qt::convertFromPlainText(m_fullText));
 }

@@ -11,8 +11,6 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -62,9 +60,17 @@ void Sheet::present()
         buttons.last()->setFocus();
 }
 
-bool Sheet::isOpenIn(const QWidget* window)
+QList<Sheet*> Sheet::openIn(const QWidget* window)
 {
-    return std::ranges::any_of(window->findChildren<Sheet*>(), &QWidget::isVisible);
+    QList<Sheet*> sheets = window->findChildren<Sheet*>();
+    sheets.removeIf([](const Sheet* each) { return !each->isVisible(); });
+    return sheets;
+}
+
+void Sheet::leaveFocusTo(QWidget* widget)
+{
+    if (!m_focusBefore || !m_focusBefore->isVisible())
+        m_focusBefore = widget;
 }
 
 void Sheet::dismiss()

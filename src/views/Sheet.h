@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QPointer>
 #include <QWidget>
 
@@ -19,8 +20,10 @@ public:
     void addSpace(int points);
 
     void present();
-    /// Some sheet is open in the window, which has the keys then.
-    static bool isOpenIn(const QWidget* window);
+    /// The open sheets of a window; where there are any, they have the keys.
+    static QList<Sheet*> openIn(const QWidget* window);
+    /// Who gets the focus afterwards if who had it before is not in view any more.
+    void leaveFocusTo(QWidget* widget);
     void dismiss();
 
 signals:

@@ -33,7 +33,7 @@ AssetThumbnail::AssetThumbnail(const QUrl& url, bool isRemovable, QWidget* paren
     setFixedSize(whole);
     setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::PointingHandCursor);
-    setToolTip(url.fileName());
+    setToolTip(Qt::convertFromPlainText(url.fileName()));
     setAccessibleName(url.fileName());
     constexpr int sharpest = 3; // pixels a point
     PictureLoader::load(

@@ -109,8 +109,11 @@ QWidget* DragDropZone::makeFilledPage()
 
 bool DragDropZone::accepts(const QStringList& allowedExtensions, const QUrl& location)
 {
-    return allowedExtensions.contains(u"*"_s)
-        || allowedExtensions.contains(QFileInfo(pathOf(location)).suffix().toLower());
+    const QFileInfo file(pathOf(location));
+    if (allowedExtensions.contains(u"*"_s))
+        return true;
+    return !file.completeBaseName().isEmpty() // ".png" is a name
+        && allowedExtensions.contains(file.suffix().toLower());
 }
 
 void DragDropZone::setFileURL(const std::optional<QUrl>& location)

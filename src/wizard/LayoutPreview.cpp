@@ -20,18 +20,20 @@ namespace {
 constexpr double cornerRadius = 12; // points of the image's window
 constexpr int shadowRadius = 20;
 constexpr int shadowAlpha = 84; // 33 % black
+constexpr int mostRings = 24; // of a shadow; more are no smoother, and each is painted whole
 /// Larger than any screen; keeps a poster from filling the memory.
 constexpr QSize largestBackground(4096, 4096);
 
 void paintShadow(QPainter& painter, const QRectF& window, double radius, double scale)
 {
     // Rings that add up to the full shade at the window's edge.
-    const int rings = qMax(1, qRound(shadowRadius * scale));
+    const double reach = shadowRadius * scale;
+    const int rings = qBound(1, qRound(reach), mostRings);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(0, 0, 0, qMax(1, shadowAlpha / rings)));
+    painter.setBrush(QColor(0, 0, 0, shadowAlpha / rings));
     for (int ring = rings; ring > 0; --ring) {
-        painter.drawRoundedRect(
-            window.adjusted(-ring, -ring, ring, ring), radius + ring, radius + ring);
+        const double out = reach * ring / rings;
+        painter.drawRoundedRect(window.adjusted(-out, -out, out, out), radius + out, radius + out);
     }
 }
 

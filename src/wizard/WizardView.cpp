@@ -224,7 +224,10 @@ void WizardView::showCurrentScreen()
     }
     m_detail->insertWidget(0, m_screen, 1);
     refresh();
-    if (!Sheet::isOpenIn(window()))
+    const QList<Sheet*> sheets = Sheet::openIn(window());
+    for (Sheet* each : sheets) // they have the keys
+        each->leaveFocusTo(this);
+    if (sheets.isEmpty())
         setFocus();
 }
 
@@ -296,6 +299,7 @@ void WizardView::imageNotarized()
 
 void WizardView::reset()
 {
+    setFocus(); // what is still being typed is the old job's
     m_job.reset();
     m_navigation.reset();
     m_build.clear();

@@ -128,6 +128,19 @@ TEST_F(Keyboard, TabLeadsThroughTheScreenToTheWayOnAndToTheSteps)
     EXPECT_EQ(QApplication::focusWidget(), user.control(stops[0]));
 }
 
+TEST_F(Keyboard, ANewProjectHasNothingOfWhatWasBeingTyped)
+{
+    go(NavigationStep::configuration);
+    ASSERT_NO_FATAL_FAILURE(fill(u"App Icon X"_s, u"200"_s));
+    user.key(Qt::Key_Tab);
+    ASSERT_TRUE(WindowUser::waitUntil([&] { return job().appIconPosition.x() == 200; }));
+    ASSERT_NO_FATAL_FAILURE(fill(u"App Icon X"_s, u"140x"_s));
+    user.key(Qt::Key_N, Qt::ControlModifier);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(job().appIconPosition, QPointF(140, 200));
+    EXPECT_EQ(job().layout, IconLayout::classic);
+}
+
 TEST_F(Keyboard, StaysAmongTheRecentsWhenOneIsRemoved)
 {
     go(NavigationStep::assets);

@@ -54,6 +54,21 @@ TEST_F(Sheets, WithoutTheKeychainSigningExplainsItselfFirst)
     EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
 }
 
+TEST_F(Sheets, LeaveTheKeysToTheScreenThatHasComeMeanwhile)
+{
+    window.activateWindow();
+    go(NavigationStep::signing);
+    chooseFiles();
+    user.tabTo(u"Sign DMG"_s);
+    showAlert(&window, u"Wait"_s, u"a moment"_s);
+    go(NavigationStep::distribution);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    user.click(u"OK"_s);
+    EXPECT_EQ(QApplication::focusWidget(), &window.wizard());
+    user.key(Qt::Key_Left, Qt::ControlModifier);
+    EXPECT_TRUE(user.waitToSee(u"Notarization"_s));
+}
+
 TEST_F(Sheets, WhatIsNoImageIsRefusedWithAnAlert)
 {
     go(NavigationStep::signing);

@@ -114,6 +114,15 @@ TEST_F(Configuration, ANumberThatIsRubbedOutComesBackWhole)
     EXPECT_EQ(width.text(), QString::number(before));
 }
 
+TEST_F(Configuration, WhatWasTypedForOneJobIsNotTheNextOnes)
+{
+    named<QLineEdit>(u"App Icon X"_s).setFocus();
+    type(u"App Icon X"_s, u"77"_s);
+    job.reset();
+    turn();
+    EXPECT_EQ(job.config().appIconPosition, QPointF(140, 200));
+}
+
 TEST_F(Configuration, SlidersYieldOnlyTheirSteps)
 {
     auto& icon = named<QSlider>(u"Icon size"_s);

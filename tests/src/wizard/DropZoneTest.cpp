@@ -70,6 +70,7 @@ TEST(DropZoneKind, ExtensionsDecideWhateverTheirCase)
         {"file:///a/scan.heic", pictures, true},
         {"file:///a/image.dmg", pictures, false},
         {"file:///a/folder", pictures, false},
+        {"file:///a/.png", pictures, false},
         {"file:///a/anything", {u"*"_s}, true},
     };
     for (const Row& row : rows) {
