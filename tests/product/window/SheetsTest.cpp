@@ -3,6 +3,8 @@
 #include "views/Sheet.h"
 #include "views/SigningView.h"
 
+#include <QApplication>
+
 using namespace Qt::StringLiterals;
 
 namespace {
