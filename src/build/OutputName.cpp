@@ -41,6 +41,7 @@ QString proposedOutputName(
     name.replace("${APP_NAME}"_L1, applicationName(job));
     name.replace("${VERSION}"_L1, applicationVersion(job));
     name.replace("${DATE}"_L1, now.toString(u"yyyy-MM-dd"_s));
+    name.replace(u'/', u'-');
     if (!name.endsWith(".dmg"_L1))
         name += ".dmg"_L1;
     return name;

@@ -114,9 +114,7 @@ IconLayout layoutNamed(const std::string& typed)
 QString proposedOutput(const DMGConfig& job, const SettingsManager& settings, const QDateTime& now)
 {
     const QDir folder(withHomeFolder(settings.defaultOutputDirectory()));
-    // A version may have a slash, and shall not lead into another folder.
-    const QString name =
-        proposedOutputName(settings.namingTemplate(), job, now).replace(u'/', u'-');
+    const QString name = proposedOutputName(settings.namingTemplate(), job, now);
     return QDir::cleanPath(QDir::current().absoluteFilePath(folder.filePath(name)));
 }
 

@@ -54,6 +54,8 @@ TEST(OutputName, FollowsTheTemplate)
             shortVersion, u"2026-03-05${APP_NAME}_2.1.dmg"_s},
         {"only the last extension goes", usual, u"Example.beta.app"_s, shortVersion,
             u"Example.beta_2.1.dmg"_s},
+        {"a name of one file, whatever the version", usual, u"Example.app"_s,
+            "<key>CFBundleVersion</key><string>../1/2</string>", u"Example_..-1-2.dmg"_s},
         {"no application", usual, QString(), QByteArray(), u"App_1.0.dmg"_s},
     };
     for (const Row& row : rows) {
