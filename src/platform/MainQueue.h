@@ -7,6 +7,7 @@
 class MainQueue {
 public:
     /// Runs `action` on the main thread, never within this call. Actions run in the order
-    /// posted. May be called from any thread while a QCoreApplication exists.
+    /// posted. May be called from any thread. Drops it where there is no QCoreApplication (any
+    /// more).
     static void post(std::function<void()> action);
 };
