@@ -52,17 +52,23 @@ void IdentityPicker::fill()
 {
     clear();
     addItem(u"Select Identity"_s);
-    for (const SigningIdentity& each : m_manager.identities()) {
+    for (const SigningIdentity& each : m_manager.identities())
         addItem(each.name, each.sha1);
-        if (m_selected && each.sha1 == m_selected->sha1)
-            setCurrentIndex(count() - 1);
+    if (!m_selected)
+        return;
+    int index = findData(m_selected->sha1);
+    if (index < 0) { // still the one that would sign, listed or not
+        addItem(m_selected->name, m_selected->sha1);
+        index = count() - 1;
     }
+    setCurrentIndex(index);
 }
 
 void IdentityPicker::choose(int index)
 {
-    m_selected.reset();
-    if (index > 0 && index <= m_manager.identities().size())
+    if (index <= 0)
+        m_selected.reset();
+    else if (index <= m_manager.identities().size())
         m_selected = m_manager.identities()[index - 1];
     emit identityChosen(m_selected);
 }
