@@ -135,12 +135,12 @@ QWidget* BuildView::makeCompletionCard(const Actions& actions)
     connect(open, &QPushButton::clicked, this, &BuildView::openFolder);
     QPushButton* anew = makeButton(u"New Project"_s);
     connect(anew, &QPushButton::clicked, this, actions.startAnew);
-    QPushButton* goOn = makeButton(u"Continue to Signing"_s, ButtonKind::primary, u"signature"_s);
-    connect(goOn, &QPushButton::clicked, this, actions.goOn);
+    m_goOn = makeButton(u"Continue to Signing"_s, ButtonKind::primary, u"signature"_s);
+    connect(m_goOn, &QPushButton::clicked, this, actions.goOn);
     buttons->addWidget(open);
     buttons->addWidget(anew);
     buttons->addStretch();
-    buttons->addWidget(goOn);
+    buttons->addWidget(m_goOn);
     card->add(buttons);
     return card;
 }
@@ -151,14 +151,25 @@ void BuildView::refresh()
     const BuildStatus& status = m_manager.status();
     const std::optional<QUrl>& application = m_job.config().appURL;
     m_application->setFullText(
-        application ? QFileInfo(application->toLocalFile()).fileName() : u"No App Selected"_s);
-    m_build->setVisible(!status.isBuilding());
-    m_cancel->setVisible(status.isBuilding());
+        application ? lastPathComponent(*application) : u"No App Selected"_s);
     m_progress->setVisible(status.isBuilding());
     m_error->setVisible(status.which == Case::failed);
     m_errorText->setText(status.text.isEmpty() ? u"Unknown Error"_s : status.text);
     m_completion->setVisible(status.which == Case::success);
+    if (status.isBuilding())
+        swap(m_build, m_cancel, m_cancel);
+    else
+        swap(m_cancel, m_build, status.which == Case::success ? m_goOn : m_build);
     m_logs->setLog(m_manager.logs());
+}
+
+/// Shows one button in the place of another; who was on that one finds themselves on `heir`.
+void BuildView::swap(QPushButton* leaving, QPushButton* coming, QPushButton* heir)
+{
+    coming->show();
+    if (window()->focusWidget() == leaving)
+        heir->setFocus();
+    leaving->hide();
 }
 
 void BuildView::followStep(const QString& message)

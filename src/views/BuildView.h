@@ -33,6 +33,7 @@ private:
     QWidget* makeErrorCard();
     QWidget* makeCompletionCard(const Actions& actions);
     void refresh();
+    void swap(QPushButton* leaving, QPushButton* coming, QPushButton* heir);
     void followStep(const QString& message);
     void followShare(double share);
     void chooseOutput();
@@ -51,5 +52,6 @@ private:
     QWidget* m_error = nullptr;
     QLabel* m_errorText = nullptr;
     QWidget* m_completion = nullptr;
+    QPushButton* m_goOn = nullptr;
     LogView* m_logs;
 };
