@@ -12,6 +12,7 @@
 #include <QDesktopServices>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -100,9 +101,30 @@ void MainWindow::askToClose()
     sheet->add(buttons);
     connect(stay, &QPushButton::clicked, sheet, &Sheet::dismiss);
     connect(sheet, &Sheet::escaped, sheet, &Sheet::dismiss);
-    connect(leave, &QPushButton::clicked, this, [this] {
-        m_mayClose = true;
-        close();
+    connect(leave, &QPushButton::clicked, this, [=, this] {
+        text->setText(u"Stopping..."_s);
+        leave->setEnabled(false);
+        stay->setEnabled(false);
+        disconnect(sheet, &Sheet::escaped, nullptr, nullptr);
+        stopAndClose();
     });
     sheet->present();
+}
+
+void MainWindow::stopAndClose()
+{
+    using namespace std::chrono_literals;
+    m_wizard->stopWork();
+    closeOnceIdle(QDeadlineTimer(10s));
+}
+
+void MainWindow::closeOnceIdle(QDeadlineTimer limit)
+{
+    using namespace std::chrono_literals;
+    if (m_wizard->isBusy() && !limit.hasExpired()) {
+        QTimer::singleShot(20ms, this, [this, limit] { closeOnceIdle(limit); });
+        return;
+    }
+    m_mayClose = true;
+    close();
 }

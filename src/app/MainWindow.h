@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QMainWindow>
 #include <QPointer>
 
@@ -18,6 +19,8 @@ public:
     MainWindow(WizardHost host, SettingsManager& settings, QWidget* parent = nullptr);
 
     WizardView& wizard() { return *m_wizard; }
+    /// Without a question: stops what is at work, then closes. Not later than after some seconds.
+    void stopAndClose();
 
 protected:
     /// Asks first while work runs.
@@ -26,6 +29,7 @@ protected:
 private:
     void makeMenus(SettingsManager& settings, std::function<void()> openSettings);
     void askToClose();
+    void closeOnceIdle(QDeadlineTimer limit);
 
     WizardView* m_wizard;
     QPointer<Sheet> m_closeQuestion;

@@ -13,9 +13,11 @@ ProductServices::ProductServices(Setting setting)
     : m_setting(std::move(setting))
     , m_session(m_setting.temporaryFolder)
     , m_tools(m_setting.root)
+    , m_buildRoot(m_setting.root.withState(m_session.stateFolder()))
+    , m_buildTools(m_buildRoot)
     , m_shell(m_tools)
-    , m_scripts(m_tools)
-    , m_icons(m_setting.root)
+    , m_scripts(m_buildTools)
+    , m_icons(m_buildRoot)
     , m_fileIcons(m_icons)
     , m_keychain(m_tools)
     , m_inspector(m_shell)
@@ -26,8 +28,8 @@ WizardHost ProductServices::wizardHost(std::function<void()> openSettings)
 {
     const QString workFolder = m_session.workFolder();
     return {
-        BuildHost{m_setting.root, m_tools, m_setting.clock, m_scripts, m_icons, m_setting.settings,
-            workFolder, nullptr},
+        BuildHost{m_buildRoot, m_buildTools, m_setting.clock, m_scripts, m_icons,
+            m_setting.settings, workFolder, m_stopCopies},
         signingHost(),
         NotarizationHost{m_notary, m_shell, m_setting.defaults, workFolder},
         AssetHost{m_setting.defaults, m_bookmarks, ApplicationResources()},
@@ -35,7 +37,15 @@ WizardHost ProductServices::wizardHost(std::function<void()> openSettings)
         m_inspector,
         m_fileIcons,
         std::move(openSettings),
+        [this] { interruptTools(); },
     };
+}
+
+void ProductServices::interruptTools()
+{
+    *m_stopCopies = true;
+    m_buildTools.interrupt();
+    m_tools.interrupt();
 }
 
 ProductServices::~ProductServices()

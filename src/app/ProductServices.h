@@ -14,9 +14,13 @@
 
 #include <QString>
 
+#include <atomic>
+#include <memory>
+
 class UserDefaults;
 
-/// Everything that the windows' managers work with, made once for the whole program.
+/// Everything that the windows' managers work with, made once for the whole program. Builds mount
+/// their volumes in this run's own folder, so that whatever happens to it none stays behind.
 class ProductServices {
 public:
     /// What differs between the product and a test of it. Borrowed services outlive this object.
@@ -41,9 +45,14 @@ public:
     QCoro::Task<QString> clearCache();
 
 private:
+    void interruptTools();
+
     Setting m_setting;
     SessionFolder m_session;
     HostToolRunner m_tools;
+    SystemRoot m_buildRoot;
+    HostToolRunner m_buildTools;
+    std::shared_ptr<std::atomic<bool>> m_stopCopies = std::make_shared<std::atomic<bool>>(false);
     ShellRunner m_shell;
     OsaScriptRunner m_scripts;
     HostIconService m_icons;

@@ -2,6 +2,7 @@
 #include "app/MainWindow.h"
 #include "app/ProductServices.h"
 #include "app/SettingsWindowController.h"
+#include "cli/Interruption.h"
 #include "model/SettingsManager.h"
 #include "platform/Activation.h"
 #include "platform/Clock.h"
@@ -40,6 +41,8 @@ int runWindows()
         window.raise();
         window.activateWindow();
     });
+    const Interruption interruption;
+    QObject::connect(&interruption, &Interruption::requested, &window, &MainWindow::stopAndClose);
     window.resize(1200, 860);
     window.show();
     ApplicationIcon::refresh();

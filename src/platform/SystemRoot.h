@@ -15,6 +15,8 @@ public:
     static SystemRoot host();
     /// The same tools with a state folder, and so with a `/Volumes`, of its own.
     static SystemRoot session(const QString& stateFolder);
+    /// This one's tools with another state folder.
+    SystemRoot withState(const QString& stateFolder) const { return {m_toolsFolder, stateFolder}; }
     /// Any folder laid out as a Mac lays out its tools. Both paths are absolute.
     SystemRoot(QString toolsFolder, QString stateFolder);
 

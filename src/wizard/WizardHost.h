@@ -21,4 +21,6 @@ struct WizardHost {
     PreFlightInspector& inspector;
     FileIcons& fileIcons;
     std::function<void()> openSettings;
+    /// Interrupts the tools that run, and lets none start any more but those that clean up.
+    std::function<void()> interruptTools;
 };

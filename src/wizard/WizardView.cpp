@@ -321,6 +321,12 @@ bool WizardView::isBusy() const
         || m_notarization.isProcessing() || m_appNotarization.isProcessing() || WorkUnderWay::any();
 }
 
+void WizardView::stopWork()
+{
+    m_build.cancel();
+    m_host.interruptTools();
+}
+
 void WizardView::keyPressEvent(QKeyEvent* event)
 {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;

@@ -30,6 +30,9 @@ public:
     void setSidebarVisible(bool visible);
     /// Some manager works at something that closing the window would leave alone.
     bool isBusy() const;
+    /// Ends what is at work as an error would, so that nothing stays half done or mounted; takes a
+    /// moment, and nothing can be started afterwards.
+    void stopWork();
 
     ConfigWrapper& job() { return m_job; }
     NavigationManager& navigation() { return m_navigation; }

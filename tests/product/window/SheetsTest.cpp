@@ -4,6 +4,8 @@
 #include "views/SigningView.h"
 
 #include <QApplication>
+#include <QDirIterator>
+#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -25,6 +27,21 @@ public:
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             return sheet() == nullptr;
         });
+    }
+    void startBuild()
+    {
+        go(NavigationStep::build);
+        user.click(u"Build DMG"_s);
+        auto* name = window.findChild<QWidget*>(u"fileNameEdit"_s);
+        user.typeInto(name, image);
+        user.press(name, Qt::Key_Return);
+        ASSERT_TRUE(user.waitToSee(u"Cancel Build"_s)) << seen();
+    }
+    bool hasVolume()
+    {
+        QDirIterator each(
+            home.file({}), {job().volumeName}, QDir::Dirs, QDirIterator::Subdirectories);
+        return each.hasNext();
     }
 };
 
@@ -118,12 +135,7 @@ TEST_F(Sheets, QuittingAsksWhileWorkRunsAndClosesTheSettingsToo)
 TEST_F(Sheets, ClosingAsksWhileABuildOfAnEarlierProjectRuns)
 {
     chooseFiles();
-    go(NavigationStep::build);
-    user.click(u"Build DMG"_s);
-    auto* name = window.findChild<QWidget*>(u"fileNameEdit"_s);
-    user.typeInto(name, image);
-    user.press(name, Qt::Key_Return);
-    ASSERT_TRUE(user.waitToSee(u"Cancel Build"_s)) << seen();
+    ASSERT_NO_FATAL_FAILURE(startBuild());
     user.click(u"New Project"_s);
     EXPECT_FALSE(user.sees(u"Cancel Build"_s));
     EXPECT_FALSE(window.close());
@@ -132,4 +144,17 @@ TEST_F(Sheets, ClosingAsksWhileABuildOfAnEarlierProjectRuns)
     EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
     EXPECT_TRUE(QFile::exists(image));
     EXPECT_TRUE(window.close());
+}
+
+TEST_F(Sheets, ClosingAnywayLeavesNothingBehindOfABuild)
+{
+    clock.isHasty = false;
+    chooseFiles();
+    ASSERT_NO_FATAL_FAILURE(startBuild());
+    ASSERT_TRUE(WindowUser::waitUntil([&] { return hasVolume(); })) << seen();
+    EXPECT_FALSE(window.close());
+    user.click(u"Close Anyway"_s);
+    EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.isVisible(); }));
+    EXPECT_FALSE(hasVolume());
+    EXPECT_FALSE(QFile::exists(image));
 }

@@ -16,14 +16,17 @@
 
 #include <gtest/gtest.h>
 
-/// Waits are over on a later turn of the main loop.
+/// Waits are over on a later turn of the main loop, unless told not to hasten.
 class HastyClock : public Clock {
 public:
     QDateTime now() const override { return Clock::system().now(); }
-    QCoro::Task<> wait(std::chrono::milliseconds, CancellationHandle cancellation) override
+    QCoro::Task<> wait(std::chrono::milliseconds duration, CancellationHandle cancellation) override
     {
-        return Clock::system().wait(std::chrono::milliseconds(1), std::move(cancellation));
+        return Clock::system().wait(
+            isHasty ? std::chrono::milliseconds(1) : duration, std::move(cancellation));
     }
+
+    bool isHasty = true;
 };
 
 /// A home that becomes this process's own.

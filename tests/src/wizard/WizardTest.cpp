@@ -79,7 +79,7 @@ public:
         {{root, tools, Clock::system(), scripts, icons, settings, scratch.path(), nullptr},
             {tools, shell, defaults}, {notary, shell, defaults, scratch.path()},
             {defaults, bookmarks, ApplicationResources(scratch.path(u"resources"_s))}, keychain,
-            inspector, fileIcons, [] {}}};
+            inspector, fileIcons, [] {}, [] {}}};
 };
 
 } // namespace
