@@ -41,7 +41,8 @@ void Tour::run()
     Visitor::turnFor(toSettle);
     m_visitor.take(m_window, u"0-start"_s);
     emptySteps();
-    dragging();
+    dragging(assets, m_home.good());
+    dragging(signing, m_home.badImage());
     failures();
     m_window.wizard().reset();
     wholeWay();
@@ -201,24 +202,24 @@ void Tour::wholeWay()
     take(notarization, u"finished"_s);
 }
 
-void Tour::dragging()
+void Tour::dragging(NavigationStep step, const QString& file)
 {
-    show(assets);
-    QMimeData file;
-    file.setUrls({QUrl::fromLocalFile(m_home.good())});
+    show(step);
+    QMimeData dragged;
+    dragged.setUrls({QUrl::fromLocalFile(file)});
     for (QWidget* each : m_window.findChildren<QWidget*>()) {
-        if (!each->isVisible() || each->accessibleName() != u"Application"_s)
+        if (!each->isVisible() || !each->acceptDrops())
             continue;
         QDragEnterEvent enter(
-            each->rect().center(), Qt::CopyAction, &file, Qt::LeftButton, Qt::NoModifier);
+            each->rect().center(), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(each, &enter);
         Visitor::turnFor(toSettle);
-        take(assets, u"dragging"_s);
+        take(step, u"dragging"_s);
         QDragLeaveEvent leave;
         QApplication::sendEvent(each, &leave);
         return;
     }
-    Visitor::faults().append(u"there is no place to drop an application"_s);
+    Visitor::faults().append(u"there is no place to drop "_s + file);
 }
 
 /// The identities are gone since they were listed.

@@ -33,7 +33,7 @@ private:
     void work(NavigationStep step, const QString& button, const QString& end, const QString& state);
 
     void emptySteps();
-    void dragging();
+    void dragging(NavigationStep step, const QString& file);
     void failures();
     void wholeWay();
     void asking();

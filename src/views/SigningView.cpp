@@ -11,10 +11,12 @@
 #include "views/Labels.h"
 #include "views/LogView.h"
 #include "views/StatusBadge.h"
+#include "views/Theme.h"
 
 #include <QDragEnterEvent>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QPainter>
 
 #include <algorithm>
 #include <utility>
@@ -98,12 +100,41 @@ void SigningView::selectImage()
 
 void SigningView::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (!FileDrop::filesIn(*event->mimeData()).isEmpty())
-        FileDrop::takeCopy(*event);
+    if (FileDrop::filesIn(*event->mimeData()).isEmpty())
+        return;
+    FileDrop::takeCopy(*event);
+    setTargeted(true);
+}
+
+void SigningView::dragLeaveEvent(QDragLeaveEvent*)
+{
+    setTargeted(false);
+}
+
+void SigningView::setTargeted(bool targeted)
+{
+    m_isTargeted = targeted;
+    update();
+}
+
+/// In the margin around the cards, which lets it through.
+void SigningView::paintEvent(QPaintEvent* event)
+{
+    StepView::paintEvent(event);
+    if (!m_isTargeted)
+        return;
+    constexpr int inset = Theme::Space::medium / 2;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Theme::Colour::accentInk, 2));
+    painter.setBrush(Theme::Colour::card);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
+        Theme::Radius::card, Theme::Radius::card);
 }
 
 void SigningView::dropEvent(QDropEvent* event)
 {
+    setTargeted(false);
     const QList<QUrl> dropped = FileDrop::filesIn(*event->mimeData());
     if (dropped.isEmpty())
         return;

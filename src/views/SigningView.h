@@ -23,11 +23,14 @@ public:
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void refresh();
     void selectImage();
+    void setTargeted(bool targeted);
     void take(const QUrl& image);
     void sign();
     static QCoro::Task<> probeAndSign(QPointer<SigningView> self);
@@ -39,6 +42,7 @@ private:
     KeychainPrimerSheet::Host m_keychain;
     KeychainManager m_keychainManager;
     bool m_isAsking = false; // for access, the keychain or the user
+    bool m_isTargeted = false; // by a drag
     StatusBadge* m_status;
     IdentityPicker* m_identities;
     LogView* m_logs;
