@@ -5,6 +5,7 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -46,6 +47,7 @@ void SettingsWindowController::show()
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(new SettingsView(m_host));
         m_window->installEventFilter(this);
+        new QShortcut(QKeySequence::Close, m_window.data(), m_window.data(), &QWidget::close);
         restoreFrame();
     }
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
+#include <QPointer>
 
 #include <unistd.h>
 
@@ -84,4 +85,21 @@ TEST_F(Settings, PagesWriteThroughAndTellWhatTheyDid)
     SettingsManager later(defaults);
     EXPECT_TRUE(later.skipAppValidation());
     EXPECT_EQ(later.defaultCompression(), u"ULFO"_s);
+}
+
+TEST_F(Settings, OpenInOneWindowWhereItWasLeft)
+{
+    const QPointer<QWidget> first = settingsWindow.window();
+    const QRect left(60, 40, 960, 640);
+    first->setGeometry(left);
+    settingsWindow.openSettingsWindow();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(settingsWindow.window(), first.data());
+
+    first->activateWindow();
+    user.key(Qt::Key_W, Qt::ControlModifier);
+    ASSERT_TRUE(WindowUser::waitUntil([&] { return settingsWindow.window() == nullptr; }));
+    settingsWindow.openSettingsWindow();
+    ASSERT_TRUE(WindowUser::waitUntil([&] { return settingsWindow.window() != nullptr; }));
+    EXPECT_EQ(settingsWindow.window()->geometry(), left);
 }
