@@ -297,6 +297,16 @@ TEST(CodeSignature, ThatBringsItsOwnContentIsRefused)
     EXPECT_FALSE(facts.isIntact);
 }
 
+TEST(CodeSignature, ThatNamesAnUnknownDigestFitsNothing)
+{
+    auto cms = signedAndStamped();
+    const std::vector<std::byte> sha256 = bytesOf("\x60\x86\x48\x01\x65\x03\x04\x02\x01");
+    const auto first = std::ranges::search(cms, sha256);
+    ASSERT_FALSE(first.empty());
+    first.back() = std::byte{0x7F};
+    EXPECT_FALSE(read(cms).fault.empty());
+}
+
 TEST(CodeSignature, EveryFlippedByteIsNoticedOrSaysNothing)
 {
     const auto cms = signedAndStamped();
