@@ -8,6 +8,7 @@
 #include "wizard/WizardView.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QHBoxLayout>

@@ -215,7 +215,7 @@ DMGConfig BuildOptions::job(const SettingsManager& settings, const QDateTime& no
 
 QString BuildOptions::formatCode(const QString& fallback) const
 {
-    const QString code = format ? QString::fromStdString(*format).toUpper() : fallback;
+    QString code = format ? QString::fromStdString(*format).toUpper() : fallback;
     if (!writableFormats.contains(code))
         throw UsageError(u"there is no image format “%1”; this version writes %2"_s.arg(
             code, writableFormats.join(u", ")));

@@ -35,7 +35,7 @@ QString lastMessageIn(const QString& log)
 } // namespace
 
 BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsManager& settings,
-    const Clock& clock, Actions actions, QWidget* parent)
+    const Clock& clock, const Actions& actions, QWidget* parent)
     : QWidget(parent)
     , m_job(job)
     , m_manager(manager)

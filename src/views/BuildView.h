@@ -26,7 +26,7 @@ public:
 
     /// All outlive this widget.
     BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsManager& settings,
-        const Clock& clock, Actions actions, QWidget* parent = nullptr);
+        const Clock& clock, const Actions& actions, QWidget* parent = nullptr);
 
 private:
     QWidget* makeJobCard();

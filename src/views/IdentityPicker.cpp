@@ -66,9 +66,10 @@ void IdentityPicker::fill()
 
 void IdentityPicker::choose(int index)
 {
-    if (index <= 0)
+    if (index <= 0) {
         m_selected.reset();
-    else if (index <= m_manager.identities().size())
+    } else if (index <= m_manager.identities().size()) {
         m_selected = m_manager.identities()[index - 1];
+    }
     emit identityChosen(m_selected);
 }

@@ -102,6 +102,7 @@ std::vector<Certificate> chainOf(
 {
     std::vector<Certificate> all;
     STACK_OF(X509)* held = CMS_get1_certs(cms);
+    all.reserve(static_cast<std::size_t>(std::max(0, sk_X509_num(held))));
     for (int i = 0; i < sk_X509_num(held); ++i)
         all.emplace_back(sk_X509_value(held, i));
     sk_X509_pop_free(held, X509_free);

@@ -167,13 +167,13 @@ TEST_F(Keyboard, LeadsBackFromEveryControlThatIsNoFieldForText)
     window.wizard().job().edit(
         [this](DMGConfig& edited) { edited.appURL = QUrl::fromLocalFile(app); });
     const struct {
-        NavigationStep step;
         QString control;
+        NavigationStep step;
         bool leadsBack;
-    } rows[] = {{NavigationStep::configuration, u"Icon size"_s, true},
-        {NavigationStep::configuration, u"Classic (Side-by-Side)"_s, true},
-        {NavigationStep::configuration, u"Volume Name"_s, false},
-        {NavigationStep::build, u"Build Log"_s, true}, {NavigationStep::build, u"Back"_s, true}};
+    } rows[] = {{u"Icon size"_s, NavigationStep::configuration, true},
+        {u"Classic (Side-by-Side)"_s, NavigationStep::configuration, true},
+        {u"Volume Name"_s, NavigationStep::configuration, false},
+        {u"Build Log"_s, NavigationStep::build, true}, {u"Back"_s, NavigationStep::build, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.control.toStdString());
         go(row.step);

@@ -17,7 +17,7 @@ bool turnUntil(Condition isDone, int seconds = 60)
 {
     QElapsedTimer timer;
     timer.start();
-    while (!isDone() && timer.elapsed() < seconds * 1000)
+    while (!isDone() && timer.elapsed() < seconds * 1000LL)
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return isDone();

@@ -14,7 +14,7 @@ public:
     /// Writes a file and the folders on the way; gives its path.
     QString write(const QString& relative, const QByteArray& bytes) const
     {
-        const QString file = path(relative);
+        QString file = path(relative);
         QDir().mkpath(QFileInfo(file).path());
         QFile out(file);
         if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size())

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
+#include <iterator>
 
 using namespace keychain;
 
@@ -303,7 +304,7 @@ TEST(CodeSignature, ThatNamesAnUnknownDigestFitsNothing)
     const std::vector<std::byte> sha256 = bytesOf("\x60\x86\x48\x01\x65\x03\x04\x02\x01");
     const auto first = std::ranges::search(cms, sha256);
     ASSERT_FALSE(first.empty());
-    first.back() = std::byte{0x7F};
+    *std::prev(first.end()) = std::byte{0x7F};
     EXPECT_FALSE(read(cms).fault.empty());
 }
 
