@@ -5,6 +5,7 @@
 #include <QAbstractItemView>
 #include <QHelpEvent>
 #include <QStylePainter>
+#include <QTextDocument>
 #include <QToolTip>
 #include <QWheelEvent>
 

@@ -3,6 +3,7 @@
 #include "views/Symbol.h"
 
 #include <QFontMetrics>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 QLabel* makeLabel(const QString& text, Theme::Type type, const QColor& colour, QWidget* parent)

@@ -6,6 +6,7 @@
 
 #include <QPainter>
 #include <QPainterPath>
+#include <QTextDocument>
 
 using namespace Qt::StringLiterals;
 

@@ -198,7 +198,7 @@ ConfigurationView::AssetRow ConfigurationView::makeAssetRow(const QString& symbo
 }
 
 NumberField* ConfigurationView::makeNumber(
-    const QString& name, std::function<void(DMGConfig&, double)> change)
+    const QString& name, const std::function<void(DMGConfig&, double)>& change)
 {
     auto* field = new NumberField(name, NumberField::Kind::integer);
     field->setRange(-largestCoordinate, largestCoordinate);
@@ -208,8 +208,8 @@ NumberField* ConfigurationView::makeNumber(
     return field;
 }
 
-ConfigurationView::Slider ConfigurationView::makeSlider(
-    const QString& name, int first, int last, int step, std::function<void(DMGConfig&, int)> change)
+ConfigurationView::Slider ConfigurationView::makeSlider(const QString& name, int first, int last,
+    int step, const std::function<void(DMGConfig&, int)>& change)
 {
     constexpr int valueWidth = 35;
     Slider made{new CalmSlider(Qt::Horizontal), makeLabel({}, Theme::Type::body)};

@@ -39,9 +39,10 @@ private:
     QWidget* makePreview(FileIcons& icons);
     AssetRow makeAssetRow(const QString& symbol, const QString& copyPurpose,
         std::function<QString(const DMGConfig&)> path);
-    NumberField* makeNumber(const QString& name, std::function<void(DMGConfig&, double)> change);
+    NumberField* makeNumber(
+        const QString& name, const std::function<void(DMGConfig&, double)>& change);
     Slider makeSlider(const QString& name, int first, int last, int step,
-        std::function<void(DMGConfig&, int)> change);
+        const std::function<void(DMGConfig&, int)>& change);
     QWidget* coordinates(const QString& title, NumberField* x, NumberField* y);
     void refresh();
 
