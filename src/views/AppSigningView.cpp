@@ -11,8 +11,6 @@
 
 #include <QHBoxLayout>
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -46,8 +44,7 @@ AppSigningView::AppSigningView(ConfigWrapper& job, SigningManager& signing,
     : StepView(parent)
     , m_job(job)
     , m_signing(signing)
-    , m_keychain(keychain)
-    , m_keychainManager(keychain.probe)
+    , m_keychain(new KeychainGate(keychain, this))
 {
     content()->addWidget(new SectionHeader(u"Pre-Flight App Signing"_s,
         u"Inspect your source application and ensure it uses a hardened runtime before building."_s));
@@ -115,27 +112,7 @@ void AppSigningView::inspect()
 void AppSigningView::sign()
 {
     if (m_job.config().appURL && m_identities->selectedIdentity())
-        probeAndSign(this);
-}
-
-QCoro::Task<> AppSigningView::probeAndSign(QPointer<AppSigningView> self)
-{
-    if (std::exchange(self->m_isAsking, true))
-        co_return;
-    const bool hasAccess = co_await self->m_keychainManager.checkAccess();
-    if (!self)
-        co_return;
-    if (hasAccess) {
-        self->m_isAsking = false;
-        self->signNow();
-        co_return;
-    }
-    auto* sheet = new KeychainPrimerSheet(self->m_keychain, self, [self] {
-        if (self)
-            self->signNow();
-    });
-    connect(sheet, &Sheet::dismissed, self, [view = self.data()] { view->m_isAsking = false; });
-    sheet->present();
+        m_keychain->pass([this] { signNow(); });
 }
 
 void AppSigningView::signNow()

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "signing/KeychainManager.h"
-#include "views/KeychainPrimerSheet.h"
+#include "views/KeychainGate.h"
 #include "views/StepView.h"
 
 class BusyButton;
@@ -25,14 +24,11 @@ private:
     void refresh();
     void inspect();
     void sign();
-    static QCoro::Task<> probeAndSign(QPointer<AppSigningView> self);
     void signNow();
 
     ConfigWrapper& m_job;
     SigningManager& m_signing;
-    KeychainPrimerSheet::Host m_keychain;
-    KeychainManager m_keychainManager;
-    bool m_isAsking = false; // for access, the keychain or the user
+    KeychainGate* m_keychain;
     StatusBadge* m_badge = nullptr;
     IdentityPicker* m_identities = nullptr;
     LogView* m_logs = nullptr;

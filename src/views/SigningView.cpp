@@ -19,7 +19,6 @@
 #include <QPainter>
 
 #include <algorithm>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -37,8 +36,7 @@ SigningView::SigningView(ConfigWrapper& job, SigningManager& signing,
     : StepView(parent)
     , m_job(job)
     , m_signing(signing)
-    , m_keychain(keychain)
-    , m_keychainManager(keychain.probe)
+    , m_keychain(new KeychainGate(keychain, this))
     , m_status(new StatusBadge)
     , m_identities(new IdentityPicker(signing))
     , m_logs(new LogView(u"Signing Logs"_s))
@@ -157,29 +155,9 @@ void SigningView::sign()
     if (!m_identities->selectedIdentity())
         return;
     if (m_job.config().outputURL)
-        probeAndSign(this);
+        m_keychain->pass([this] { signNow(this); });
     else
         showError(u"No DMG selected. Please build the DMG first."_s);
-}
-
-QCoro::Task<> SigningView::probeAndSign(QPointer<SigningView> self)
-{
-    if (std::exchange(self->m_isAsking, true))
-        co_return;
-    const bool hasAccess = co_await self->m_keychainManager.checkAccess();
-    if (!self)
-        co_return;
-    if (hasAccess) {
-        self->m_isAsking = false;
-        signNow(self);
-        co_return;
-    }
-    auto* sheet = new KeychainPrimerSheet(self->m_keychain, self, [self] {
-        if (self)
-            signNow(self);
-    });
-    connect(sheet, &Sheet::dismissed, self, [view = self.data()] { view->m_isAsking = false; });
-    sheet->present();
 }
 
 QCoro::Task<> SigningView::signNow(QPointer<SigningView> self)

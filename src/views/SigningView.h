@@ -1,7 +1,6 @@
 #pragma once
 
-#include "signing/KeychainManager.h"
-#include "views/KeychainPrimerSheet.h"
+#include "views/KeychainGate.h"
 #include "views/StepView.h"
 
 #include <QUrl>
@@ -33,15 +32,12 @@ private:
     void setTargeted(bool targeted);
     void take(const QUrl& image);
     void sign();
-    static QCoro::Task<> probeAndSign(QPointer<SigningView> self);
     static QCoro::Task<> signNow(QPointer<SigningView> self);
     void showError(const QString& message);
 
     ConfigWrapper& m_job;
     SigningManager& m_signing;
-    KeychainPrimerSheet::Host m_keychain;
-    KeychainManager m_keychainManager;
-    bool m_isAsking = false; // for access, the keychain or the user
+    KeychainGate* m_keychain;
     bool m_isTargeted = false; // by a drag
     StatusBadge* m_status;
     IdentityPicker* m_identities;

@@ -1,0 +1,34 @@
+#include "views/KeychainGate.h"
+
+#include <utility>
+
+KeychainGate::KeychainGate(KeychainPrimerSheet::Host host, QWidget* screen)
+    : QObject(screen)
+    , m_host(host)
+    , m_screen(screen)
+    , m_keychainManager(host.probe)
+{ }
+
+void KeychainGate::pass(std::function<void()> sign)
+{
+    if (!std::exchange(m_isAsking, true))
+        ask(this, std::move(sign));
+}
+
+QCoro::Task<> KeychainGate::ask(QPointer<KeychainGate> self, std::function<void()> sign)
+{
+    const bool hasAccess = co_await self->m_keychainManager.checkAccess();
+    if (!self)
+        co_return;
+    if (hasAccess) {
+        self->m_isAsking = false;
+        sign();
+        co_return;
+    }
+    auto* sheet = new KeychainPrimerSheet(self->m_host, self->m_screen, [self, sign] {
+        if (self)
+            sign();
+    });
+    connect(sheet, &Sheet::dismissed, self, [gate = self.data()] { gate->m_isAsking = false; });
+    sheet->present();
+}
