@@ -24,7 +24,7 @@ void LogView::setLog(const QString& text)
         return;
     const bool grows = text.startsWith(m_log);
     QScrollBar& bar = *verticalScrollBar();
-    const bool followsEnd = !grows || bar.value() >= bar.maximum() - 1;
+    const bool followsEnd = !grows || isAtEnd();
     if (!grows)
         clear();
     QTextCursor end(document());
@@ -33,6 +33,20 @@ void LogView::setLog(const QString& text)
     m_log = text;
     if (followsEnd)
         bar.setValue(bar.maximum());
+}
+
+bool LogView::isAtEnd() const
+{
+    const QScrollBar& bar = *verticalScrollBar();
+    return bar.value() >= bar.maximum() - 1;
+}
+
+void LogView::resizeEvent(QResizeEvent* event)
+{
+    const bool followsEnd = isAtEnd();
+    QPlainTextEdit::resizeEvent(event);
+    if (followsEnd)
+        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
 }
 
 bool LogView::event(QEvent* event)

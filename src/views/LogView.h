@@ -14,7 +14,11 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    /// Who sees the end goes on seeing it.
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    bool isAtEnd() const;
+
     QString m_log;
 };

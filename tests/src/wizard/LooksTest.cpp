@@ -1,10 +1,12 @@
 #include "views/ComboBox.h"
 #include "views/Labels.h"
+#include "views/LogView.h"
 #include "views/Theme.h"
 
 #include <QApplication>
 #include <QHelpEvent>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QToolTip>
 
 #include <gtest/gtest.h>
@@ -78,4 +80,27 @@ TEST(Looks, APointerShowsAllOfWhatIsShortened)
         EXPECT_EQ(QToolTip::text(), isWide ? QString() : tip);
     }
     QToolTip::hideText();
+}
+
+TEST(Looks, ALogFollowsItsEndAlsoWhereItGetsLessRoom)
+{
+    LogView log(u"Log"_s);
+    const QScrollBar& bar = *log.verticalScrollBar();
+    log.resize(600, 400);
+    log.show();
+    QString text = u"line\n"_s.repeated(100);
+    log.setLog(text);
+    QCoreApplication::processEvents();
+    ASSERT_GT(bar.maximum(), 0);
+    log.resize(600, 200);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(bar.value(), bar.maximum());
+    log.setLog(text += u"more\n"_s);
+    EXPECT_EQ(bar.value(), bar.maximum());
+
+    log.verticalScrollBar()->setValue(10); // to read
+    log.resize(600, 300);
+    log.setLog(text += u"more\n"_s);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(bar.value(), 10);
 }
