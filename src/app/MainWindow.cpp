@@ -78,6 +78,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
 
 void MainWindow::askToClose()
 {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
     raise(); // the settings may be in front
     activateWindow();
     if (m_closeQuestion)
