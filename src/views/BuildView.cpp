@@ -32,6 +32,18 @@ QString lastMessageIn(const QString& log)
     return line.startsWith(u'[') ? line.section(u"] "_s, 1) : line;
 }
 
+/// What a tool says can be longer than the window is high; all of it is in the log.
+QString beginningOf(const QString& text)
+{
+    constexpr int mostLines = 8;
+    constexpr int mostLetters = 1000;
+    const QString whole = text.trimmed();
+    QString start = whole.section(u'\n', 0, mostLines - 1);
+    if (start.size() > mostLetters)
+        start.truncate(mostLetters);
+    return start.size() < whole.size() ? start + u"…"_s : start;
+}
+
 } // namespace
 
 BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsManager& settings,
@@ -95,7 +107,8 @@ QWidget* BuildView::makeJobCard()
     m_bar->setTextVisible(false);
     m_bar->setAccessibleName(u"Build progress"_s);
     progress->addWidget(m_bar);
-    m_step = makeLabel({}, Theme::Type::caption, Theme::Colour::secondary);
+    m_step = new ElidedLabel(Theme::Type::caption);
+    Theme::style(*m_step, Theme::Type::caption, Theme::Colour::secondary);
     progress->addWidget(m_step);
     card->add(m_progress);
     return card;
@@ -154,7 +167,7 @@ void BuildView::refresh()
         application ? lastPathComponent(*application) : u"No App Selected"_s);
     m_progress->setVisible(status.isBuilding());
     m_error->setVisible(status.which == Case::failed);
-    m_errorText->setText(status.text.isEmpty() ? u"Unknown Error"_s : status.text);
+    m_errorText->setText(status.text.isEmpty() ? u"Unknown Error"_s : beginningOf(status.text));
     m_completion->setVisible(status.which == Case::success);
     if (status.isBuilding())
         swap(m_build, m_cancel, m_cancel);
@@ -174,7 +187,7 @@ void BuildView::swap(QPushButton* leaving, QPushButton* coming, QPushButton* hei
 
 void BuildView::followStep(const QString& message)
 {
-    m_step->setText(message.trimmed());
+    m_step->setFullText(message.simplified());
     m_bar->setRange(0, 0);
 }
 

@@ -48,7 +48,7 @@ private:
     QPushButton* m_cancel = nullptr;
     QWidget* m_progress = nullptr;
     QProgressBar* m_bar = nullptr;
-    QLabel* m_step = nullptr;
+    ElidedLabel* m_step = nullptr;
     QWidget* m_error = nullptr;
     QLabel* m_errorText = nullptr;
     QWidget* m_completion = nullptr;
