@@ -6,6 +6,8 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLineEdit>
+#include <QMessageBox>
+#include <QPointer>
 
 #include <utility>
 
@@ -110,6 +112,29 @@ QFileDialog* makeDialog(QWidget* parent, const QString& title, FilePicker::Recei
     return dialog;
 }
 
+/// The desktop's own dialog asks for the name as it was typed; whether the completed one may be
+/// replaced is asked here.
+void receiveCompleted(QWidget* parent, const QString& typed, const QString& extension,
+    const FilePicker::Receive& receive)
+{
+    const QString path = withExtension(typed, extension);
+    const QUrl location = QUrl::fromLocalFile(path);
+    if (path == typed || !QFileInfo::exists(path)) {
+        receive(location);
+        return;
+    }
+    auto* question = new QMessageBox(QMessageBox::Warning, QString(),
+        u"%1 already exists.\nDo you want to replace it?"_s.arg(QFileInfo(path).fileName()),
+        QMessageBox::Yes | QMessageBox::No, parent);
+    question->setTextFormat(Qt::PlainText);
+    question->setAttribute(Qt::WA_DeleteOnClose);
+    QObject::connect(question, &QDialog::finished, question, [receive, location](int answer) {
+        if (answer == QMessageBox::Yes)
+            receive(location);
+    });
+    question->open();
+}
+
 QString filterFor(const FilePicker::FileType& type)
 {
     return u"%1 (*.%2 *.%3)"_s.arg(type.name, type.extension, type.extension.toUpper());
@@ -151,8 +176,9 @@ void FilePicker::save(QWidget* parent, const SaveRequest& request, Receive recei
 {
     auto* dialog = new SaveDialog(parent, request);
     prepare(dialog,
-        [receive = std::move(receive), extension = request.type.extension](const QUrl& chosen) {
-            receive(QUrl::fromLocalFile(withExtension(chosen.toLocalFile(), extension)));
+        [parent = QPointer(parent), receive = std::move(receive),
+            extension = request.type.extension](const QUrl& chosen) {
+            receiveCompleted(parent, chosen.toLocalFile(), extension, receive);
         });
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
