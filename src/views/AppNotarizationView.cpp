@@ -14,13 +14,16 @@
 #include <QLineEdit>
 #include <QPointer>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 AppNotarizationView::AppNotarizationView(
-    ConfigWrapper& job, AppNotarizationManager& manager, QWidget* parent)
+    ConfigWrapper& job, AppNotarizationManager& manager, CancellationHandle stop, QWidget* parent)
     : StepView(parent)
     , m_job(job)
     , m_manager(manager)
+    , m_stop(std::move(stop))
     , m_status(new StatusBadge)
     , m_profile(new QLineEdit)
     , m_logs(new LogView(u"Inspection & Notarization Logs"_s))
@@ -103,5 +106,5 @@ void AppNotarizationView::preflight()
 void AppNotarizationView::notarize()
 {
     if (const std::optional<QUrl> application = m_job.config().appURL)
-        m_manager.notarize(*application);
+        m_manager.notarize(*application, m_stop);
 }

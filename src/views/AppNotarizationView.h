@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Cancellation.h"
 #include "views/StepView.h"
 
 class AppNotarizationManager;
@@ -14,9 +15,9 @@ class StatusBadge;
 class AppNotarizationView : public StepView {
     Q_OBJECT
 public:
-    /// Both outlive this widget.
-    AppNotarizationView(
-        ConfigWrapper& job, AppNotarizationManager& manager, QWidget* parent = nullptr);
+    /// Both outlive this widget. `stop` cuts a run's pauses short once it is requested.
+    AppNotarizationView(ConfigWrapper& job, AppNotarizationManager& manager,
+        CancellationHandle stop, QWidget* parent = nullptr);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -29,6 +30,7 @@ private:
 
     ConfigWrapper& m_job;
     AppNotarizationManager& m_manager;
+    CancellationHandle m_stop;
     StatusBadge* m_status;
     QLineEdit* m_profile;
     LogView* m_logs;

@@ -13,13 +13,16 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 NotarizationView::NotarizationView(
-    ConfigWrapper& job, NotarizationManager& manager, QWidget* parent)
+    ConfigWrapper& job, NotarizationManager& manager, CancellationHandle stop, QWidget* parent)
     : StepView(parent)
     , m_job(job)
     , m_manager(manager)
+    , m_stop(std::move(stop))
     , m_status(new StatusBadge)
     , m_profile(new QLineEdit)
     , m_logs(new LogView(u"Notarization Logs"_s))
@@ -77,5 +80,5 @@ void NotarizationView::refresh()
 void NotarizationView::notarize()
 {
     if (const std::optional<QUrl> image = m_job.config().outputURL)
-        m_manager.notarize(*image);
+        m_manager.notarize(*image, m_stop);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Cancellation.h"
 #include "views/StepView.h"
 
 class BusyButton;
@@ -13,8 +14,9 @@ class StatusBadge;
 class NotarizationView : public StepView {
     Q_OBJECT
 public:
-    /// Both outlive this widget.
-    NotarizationView(ConfigWrapper& job, NotarizationManager& manager, QWidget* parent = nullptr);
+    /// Both outlive this widget. `stop` cuts a run's pauses short once it is requested.
+    NotarizationView(ConfigWrapper& job, NotarizationManager& manager, CancellationHandle stop,
+        QWidget* parent = nullptr);
 
 private:
     void refresh();
@@ -22,6 +24,7 @@ private:
 
     ConfigWrapper& m_job;
     NotarizationManager& m_manager;
+    CancellationHandle m_stop;
     StatusBadge* m_status;
     QLineEdit* m_profile;
     LogView* m_logs;

@@ -240,7 +240,7 @@ QWidget* WizardView::makeScreen(NavigationStep step)
     case NavigationStep::appSigning:
         return new AppSigningView(m_job, m_signing, keychain);
     case NavigationStep::appNotarization:
-        return new AppNotarizationView(m_job, m_appNotarization);
+        return new AppNotarizationView(m_job, m_appNotarization, m_stop);
     case NavigationStep::configuration:
         return new ConfigurationView(m_job, m_host.fileIcons);
     case NavigationStep::build:
@@ -249,7 +249,7 @@ QWidget* WizardView::makeScreen(NavigationStep step)
     case NavigationStep::signing:
         return new SigningView(m_job, m_signing, keychain);
     case NavigationStep::notarization:
-        return new NotarizationView(m_job, m_notarization);
+        return new NotarizationView(m_job, m_notarization, m_stop);
     case NavigationStep::distribution:
         return new DistributionView(m_job, m_verification, [this] { reset(); });
     }
@@ -324,6 +324,7 @@ bool WizardView::isBusy() const
 void WizardView::stopWork()
 {
     m_build.cancel();
+    m_stop->request();
     m_host.interruptTools();
 }
 

@@ -12,6 +12,8 @@
 
 #include <QWidget>
 
+#include <memory>
+
 class ElidedLabel;
 class QPushButton;
 class QVBoxLayout;
@@ -70,6 +72,7 @@ private:
     VerificationManager m_verification;
     AppNotarizationManager m_appNotarization;
     SmartSkip m_smartSkip;
+    CancellationHandle m_stop = std::make_shared<Cancellation>(); // of what isn't to go on
 
     QWidget* m_sidebar = nullptr;
     SideList* m_steps = nullptr;

@@ -116,9 +116,11 @@ TEST_F(Sheets, QuittingAsksWhileWorkRunsAndClosesTheSettingsToo)
     ASSERT_TRUE(WindowUser::waitUntil(settingsAreOpen));
     user.click(u"Sign App Bundle & Enable Hardened Runtime"_s);
     ASSERT_TRUE(WindowUser::waitUntil([&] { return window.wizard().isBusy(); }));
+    window.setWindowState(Qt::WindowMinimized);
     for (int times = 0; times < 2; ++times) { // once is enough
         user.key(Qt::Key_Q, Qt::ControlModifier);
         EXPECT_TRUE(user.sees(u"Close while work runs?"_s));
+        EXPECT_FALSE(window.isMinimized());
         EXPECT_TRUE(window.isActiveWindow());
         EXPECT_EQ(window.findChildren<Sheet*>().size(), 1);
     }
@@ -151,7 +153,8 @@ TEST_F(Sheets, ClosingAnywayLeavesNothingBehindOfABuild)
     clock.isHasty = false;
     chooseFiles();
     ASSERT_NO_FATAL_FAILURE(startBuild());
-    ASSERT_TRUE(WindowUser::waitUntil([&] { return hasVolume(); })) << seen();
+    ASSERT_TRUE(user.waitToSee(u"Setting volume icon..."_s)) << seen();
+    ASSERT_TRUE(hasVolume());
     EXPECT_FALSE(window.close());
     user.click(u"Close Anyway"_s);
     EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.isVisible(); }));
