@@ -72,7 +72,10 @@ void NotarizationSettingsPage::refresh()
 
 void NotarizationSettingsPage::setResult(const QString& text)
 {
-    const bool isGood = text.contains("Success"_L1) || text.contains("Verified"_L1);
+    // A tool may have said one of the good words in what failed.
+    const bool isFailure =
+        text.startsWith("Error: "_L1) || text.startsWith("Verification Failed: "_L1);
+    const bool isGood = !isFailure && (text.contains("Success"_L1) || text.contains("Verified"_L1));
     Theme::style(
         *m_result, Theme::Type::caption, isGood ? Theme::Colour::green : Theme::Colour::red);
     m_result->setText(text.trimmed()); // a tool's output ends in a line feed
@@ -104,6 +107,8 @@ QCoro::Task<> NotarizationSettingsPage::storing(
         co_return;
     if (failure.isEmpty()) {
         self->setResult(u"Success: Credentials stored in Keychain."_s);
+        if (self->m_store->hasFocus())
+            self->m_password->setFocus(); // there is nothing to store then
         self->m_password->clear();
     } else {
         self->setResult(failure);
@@ -114,6 +119,8 @@ QCoro::Task<> NotarizationSettingsPage::storing(
 
 void NotarizationSettingsPage::verify()
 {
+    if (m_verify->hasFocus())
+        setFocus(); // else Qt hands it on to the next button
     m_isVerifyingNotary = true;
     setResult(u"Verifying..."_s);
     refresh();
@@ -134,4 +141,6 @@ QCoro::Task<> NotarizationSettingsPage::verifying(
     self->setResult(result);
     self->m_isVerifyingNotary = false;
     self->refresh();
+    if (self->hasFocus())
+        self->m_verify->setFocus();
 }

@@ -204,6 +204,8 @@ EnvironmentSettingsPage::EnvironmentSettingsPage(ClearCache clearCache, QWidget*
     layout->addWidget(card);
     layout->addStretch();
     connect(m_clear, &QPushButton::clicked, this, [this] {
+        if (m_clear->hasFocus())
+            setFocus();
         m_clear->setEnabled(false);
         clearing(this, m_clearCache());
     });
@@ -218,6 +220,8 @@ QCoro::Task<> EnvironmentSettingsPage::clearing(
     self->m_result->setText(result);
     self->m_result->show();
     self->m_clear->setEnabled(true);
+    if (self->hasFocus())
+        self->m_clear->setFocus();
 }
 
 AboutSettingsPage::AboutSettingsPage(SettingsManager& settings, QWidget* parent)

@@ -76,6 +76,9 @@ void SettingsView::refresh()
     if (active && active == m_shown)
         return;
     m_shown = active;
+    // A field settles what was typed when it loses the focus, not when it goes.
+    if (QWidget* focused = focusWidget(); focused != nullptr && m_detail->isAncestorOf(focused))
+        focused->clearFocus();
     if (active)
         m_detail->setWidget(makeDetail(*active));
     else {

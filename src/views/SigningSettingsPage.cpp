@@ -32,6 +32,8 @@ SigningSettingsPage::SigningSettingsPage(SigningManager& manager, QWidget* paren
     status->addWidget(m_statusText, 1);
     identity->add(status);
     m_picker->setAccessibleName(u"Signing Identity"_s);
+    m_picker->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_picker->setMinimumContentsLength(24);
     identity->add(m_picker);
     auto* scanning = new QHBoxLayout(m_scanning);
     scanning->setContentsMargins(0, 8, 0, 8);

@@ -103,3 +103,27 @@ TEST_F(Settings, OpenInOneWindowWhereItWasLeft)
     ASSERT_TRUE(WindowUser::waitUntil([&] { return settingsWindow.window() != nullptr; }));
     EXPECT_EQ(settingsWindow.window()->geometry(), left);
 }
+
+TEST_F(Settings, LeaveTheKeysWhereTheyWereAndNoNumberHalfErased)
+{
+    settingsWindow.window()->activateWindow();
+    user.click(u"Notarization"_s);
+    user.type(u"Apple ID"_s, u"jane@example.com"_s);
+    user.type(u"Team ID"_s, u"ABCDE12345"_s);
+    user.type(u"App-Specific Password"_s, u"abcd-efgh-ijkl-mnop"_s);
+    QWidget* verify = user.control(u"Verify with History"_s);
+    verify->setFocus();
+    user.key(Qt::Key_Space);
+    EXPECT_NE(settingsWindow.window()->focusWidget(), user.control(u"Store Credentials"_s));
+    EXPECT_TRUE(user.waitToSee(u"Verification Failed: "_s)) << seen();
+    EXPECT_EQ(settingsWindow.window()->focusWidget(), verify);
+
+    user.click(u"Build"_s);
+    user.control(u"Width"_s)->setFocus();
+    user.key(Qt::Key_End);
+    for (int digit = 0; digit < 3; ++digit)
+        user.key(Qt::Key_Backspace);
+    EXPECT_EQ(settings.defaultWindowWidth(), 6);
+    settings.openSettings(SettingsSection::about);
+    EXPECT_EQ(settings.defaultWindowWidth(), 600);
+}
