@@ -90,9 +90,7 @@ void SigningView::refresh()
 void SigningView::selectImage()
 {
     FilePicker::openFile(this, u"Select DMG File"_s,
-        [this](const QUrl& image) {
-            m_job.edit([&](DMGConfig& config) { config.outputURL = image; });
-        },
+        [this](const QUrl& image) { take(image); }, // a typed name may be any file's
         {u"Disk Image"_s, u"dmg"_s});
 }
 
