@@ -30,5 +30,6 @@ QCoro::Task<> KeychainGate::ask(QPointer<KeychainGate> self, std::function<void(
             sign();
     });
     connect(sheet, &Sheet::dismissed, self, [gate = self.data()] { gate->m_isAsking = false; });
+    connect(self->m_screen, &QObject::destroyed, sheet, &Sheet::dismiss); // nobody to sign for
     sheet->present();
 }

@@ -71,6 +71,11 @@ TEST_F(Sheets, WithoutTheKeychainSigningExplainsItselfFirst)
     EXPECT_TRUE(isGone());
     EXPECT_TRUE(user.waitToSee(u"Identity: Developer ID"_s)) << seen(); // tried all the same
     EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
+
+    user.click(u"Sign App Bundle & Enable Hardened Runtime"_s);
+    ASSERT_TRUE(user.waitToSee(u"Keychain Access Required"_s));
+    window.wizard().navigation().setCurrentStep(rawValue(NavigationStep::assets));
+    EXPECT_TRUE(isGone());
 }
 
 TEST_F(Sheets, LeaveTheKeysToTheScreenThatHasComeMeanwhile)
