@@ -61,6 +61,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(u"VandorDMG"_s);
     QApplication::setApplicationDisplayName(u"Vandor DMG"_s);
     QApplication::setApplicationVersion(u"" VANDOR_VERSION ""_s);
+    application.setProperty("buildNumber", VANDOR_BUILD_NUMBER);
     QApplication::setDesktopFileName(u"dev.vandor.VandorDMG"_s);
     Theme::apply(application);
     try {

@@ -9,6 +9,8 @@
 #include <QLocale>
 #include <QPointer>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -42,8 +44,19 @@ void BuildManager::startBuild(const DMGConfig& job)
         emit logsChanged();
     }
     log(u"Starting build for "_s + job.volumeName + u"..."_s);
-
+    m_image = job.outputURL;
     m_buildTask = std::make_shared<Cancellation>();
+    if (m_underWay) {
+        m_waiting = job;
+        log(u"Waiting for an earlier build to end..."_s);
+    } else {
+        launch(job);
+    }
+}
+
+void BuildManager::launch(const DMGConfig& job)
+{
+    m_underWay = m_buildTask;
     const QPointer<BuildManager> self(this);
     const DMGGenerator::Progress progress = [self, project = m_project](const QString& message) {
         if (self && self->m_project == project)
@@ -53,7 +66,7 @@ void BuildManager::startBuild(const DMGConfig& job)
         if (self && self->m_project == project && self->status().isBuilding())
             emit self->shareDone(done);
     };
-    run(self, m_project, m_generator.createDMG(job, progress, m_buildTask, share));
+    run(self, m_project, m_generator.createDMG(job, progress, m_underWay, share));
 }
 
 QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, int project, QCoro::Task<> build)
@@ -67,12 +80,21 @@ QCoro::Task<> BuildManager::run(QPointer<BuildManager> manager, int project, QCo
     }
     // Progress still on its way comes first.
     MainQueue::post([manager, project, failure] {
-        if (manager && manager->m_project == project)
-            manager->finish(failure);
+        if (manager)
+            manager->end(project, failure);
     });
 }
 
-void BuildManager::finish(std::exception_ptr failure)
+void BuildManager::end(int project, const std::exception_ptr& failure)
+{
+    m_underWay.reset();
+    if (project == m_project)
+        finish(failure);
+    else if (const std::optional<DMGConfig> next = std::exchange(m_waiting, std::nullopt))
+        launch(*next);
+}
+
+void BuildManager::finish(const std::exception_ptr& failure)
 {
     const bool isCancelled = m_buildTask->isRequested();
     m_buildTask.reset();
@@ -81,8 +103,7 @@ void BuildManager::finish(std::exception_ptr failure)
         setStatus(BuildStatus::success());
         m_settings.setTotalBuilds(m_settings.totalBuilds() + 1);
     } else if (isCancelled) {
-        log(u"\n[!] Build Cancelled by User."_s);
-        setStatus(BuildStatus::cancelled());
+        giveUp();
     } else {
         const QString description = descriptionOf(failure);
         log(u"\n[!] Error: "_s + description);
@@ -96,12 +117,30 @@ void BuildManager::cancel()
         return;
     log(u"\nCancelling..."_s);
     m_buildTask->request();
+    if (std::exchange(m_waiting, std::nullopt)) // none of its steps has begun
+        giveUp();
+}
+
+void BuildManager::giveUp()
+{
+    m_buildTask.reset();
+    log(u"\n[!] Build Cancelled by User."_s);
+    setStatus(BuildStatus::cancelled());
+}
+
+void BuildManager::stop()
+{
+    cancel();
+    if (m_underWay)
+        m_underWay->request();
 }
 
 void BuildManager::clear()
 {
     ++m_project;
+    m_image.reset();
     m_buildTask.reset();
+    m_waiting.reset();
     setStatus(BuildStatus::idle());
     if (m_logs.isEmpty())
         return;

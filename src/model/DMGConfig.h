@@ -17,6 +17,9 @@ class SettingsManager;
 /// Who edits positions or the window's size goes through the member functions, which keep the
 /// arrangement and the positions consistent.
 struct DMGConfig {
+    /// Of the windows of the system that opens the image, either way.
+    static constexpr int largestCoordinate = 32767;
+
     QUuid id = QUuid::createUuid(); // fixed at creation; copies share it
     std::optional<QUrl> appURL; // the application bundle
     std::optional<QUrl> outputURL; // the finished image

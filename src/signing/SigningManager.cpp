@@ -75,14 +75,22 @@ void SigningManager::finishScan(const ToolOutcome& outcome)
     publish(m_isScanning, false, &SigningManager::isScanningChanged);
 }
 
-void SigningManager::restoreSelection()
+std::optional<SigningIdentity> SigningManager::rememberedIdentity() const
 {
     const std::optional<QString> saved = m_host.defaults.string(kSavedIdentitySHA1);
     const auto found = std::ranges::find_if(
         m_identities, [&saved](const SigningIdentity& each) { return each.sha1 == saved; });
-    std::optional<SigningIdentity> restored;
-    if (found != m_identities.end())
-        restored = *found;
+    return found == m_identities.end() ? std::nullopt : std::optional(*found);
+}
+
+void SigningManager::followRemembered()
+{
+    publish(m_selectedIdentity, rememberedIdentity(), &SigningManager::selectedIdentityChanged);
+}
+
+void SigningManager::restoreSelection()
+{
+    const std::optional<SigningIdentity> restored = rememberedIdentity();
     publish(m_selectedIdentity, restored, &SigningManager::selectedIdentityChanged);
     if (restored)
         append(imageLog, u"Restored saved identity: "_s + restored->name + u'\n');

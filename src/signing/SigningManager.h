@@ -62,6 +62,8 @@ public:
     void fetchIdentities();
     /// Selects and remembers an identity, or selects and remembers none.
     void selectIdentity(const std::optional<SigningIdentity>& identity);
+    /// Selects what another manager has let the user choose since, if the last scan found it.
+    void followRemembered();
     /// Fingerprint of the selection or else of the remembered choice.
     std::optional<QString> activeIdentitySHA1() const;
 
@@ -111,6 +113,7 @@ private:
     static QCoro::Task<std::optional<ShellError>> signAndVerify(QPointer<SigningManager> manager,
         ShellRunner& shell, QString signing, QString verification, Log log, QString announcement);
     void finishScan(const ToolOutcome& outcome);
+    std::optional<SigningIdentity> rememberedIdentity() const;
     void restoreSelection();
     void begin(const Log& log, const QString& text);
     void append(const Log& log, const QString& text);

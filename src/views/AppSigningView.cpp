@@ -8,6 +8,7 @@
 #include "views/Labels.h"
 #include "views/LogView.h"
 #include "views/StatusBadge.h"
+#include "views/StepView.h"
 
 #include <QHBoxLayout>
 
@@ -41,27 +42,30 @@ Badge badgeOf(const AppSignatureStatus& status)
 
 AppSigningView::AppSigningView(ConfigWrapper& job, SigningManager& signing,
     KeychainPrimerSheet::Host keychain, QWidget* parent)
-    : StepView(parent)
+    : QWidget(parent)
     , m_job(job)
     , m_signing(signing)
     , m_keychain(new KeychainGate(keychain, this))
 {
-    content()->addWidget(new SectionHeader(u"Pre-Flight App Signing"_s,
+    QVBoxLayout* layout = makeStepLayout(this);
+    layout->addWidget(new SectionHeader(u"Pre-Flight App Signing"_s,
         u"Inspect your source application and ensure it uses a hardened runtime before building."_s));
-    content()->addWidget(makeStatusCard());
-    content()->addWidget(makeSigningCard());
+    layout->addWidget(makeStatusCard());
+    m_controls = makeSigningCard();
+    layout->addWidget(m_controls);
+    m_emptyCard = makeEmptyCard();
+    layout->addWidget(m_emptyCard);
     auto* logs = new Card(u"Inspection Logs"_s);
     m_logs = new LogView(u"Inspection Logs"_s);
     logs->add(m_logs);
-    content()->addWidget(logs, 1);
-    setEmptyPage(new EmptyState(u"app.dashed"_s, u"No App Bundle Selected"_s,
-        u"Select a valid application in the Assets step to enable signing."_s));
+    layout->addWidget(logs, 1);
 
     connect(&m_job, &ConfigWrapper::configChanged, this, &AppSigningView::refresh);
     connect(&m_job, &ConfigWrapper::appURLChanged, this, &AppSigningView::inspect);
-    connect(&m_signing, &SigningManager::appSignatureStatusChanged, this, &AppSigningView::refresh);
-    connect(&m_signing, &SigningManager::appSigningLogsChanged, this, &AppSigningView::refresh);
-    connect(&m_signing, &SigningManager::isAppSigningChanged, this, &AppSigningView::refresh);
+    for (const auto changed : {&SigningManager::appSignatureStatusChanged,
+             &SigningManager::appSigningLogsChanged, &SigningManager::isAppSigningChanged})
+        connect(&m_signing, changed, this, &AppSigningView::refresh);
+    connect(m_keychain, &KeychainGate::isProbingChanged, this, &AppSigningView::refresh);
     refresh();
 }
 
@@ -71,9 +75,9 @@ QWidget* AppSigningView::makeStatusCard()
     auto* row = new QHBoxLayout;
     m_badge = new StatusBadge;
     row->addWidget(m_badge, 1);
-    QPushButton* rescan = makeButton(u"Re-Scan"_s, ButtonKind::secondary, u"arrow.clockwise"_s);
-    connect(rescan, &QPushButton::clicked, this, &AppSigningView::inspect);
-    row->addWidget(rescan);
+    m_rescan = makeButton(u"Re-Scan"_s, ButtonKind::secondary, u"arrow.clockwise"_s);
+    connect(m_rescan, &QPushButton::clicked, this, &AppSigningView::inspect);
+    row->addWidget(m_rescan);
     card->add(row);
     return card;
 }
@@ -94,13 +98,31 @@ QWidget* AppSigningView::makeSigningCard()
     return card;
 }
 
+QWidget* AppSigningView::makeEmptyCard()
+{
+    auto* card = new Card;
+    card->add(new EmptyState(u"app.dashed"_s, u"No App Bundle Selected"_s,
+        u"Select a valid application in the Assets step to enable signing."_s));
+    return card;
+}
+
+void AppSigningView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (!event->spontaneous())
+        m_identities->prepare();
+}
+
 void AppSigningView::refresh()
 {
-    showContent(m_job.config().appURL.has_value());
+    const bool hasApplication = m_job.config().appURL.has_value();
+    m_controls->setVisible(hasApplication);
+    m_emptyCard->setVisible(!hasApplication);
+    m_rescan->setEnabled(hasApplication);
     const Badge badge = badgeOf(m_signing.appSignatureStatus());
     m_badge->setStatus(badge.text, badge.colour);
     m_logs->setLog(m_signing.appSigningLogs());
-    m_sign->setBusy(m_signing.isAppSigning());
+    m_sign->setBusy(m_signing.isAppSigning() || m_keychain->isProbing());
 }
 
 void AppSigningView::inspect()

@@ -12,7 +12,9 @@
 #include "views/ImageRow.h"
 #include "views/Labels.h"
 #include "views/LogView.h"
+#include "views/StepView.h"
 #include "views/Symbol.h"
+#include "views/TextBlock.h"
 
 #include <QDesktopServices>
 #include <QFileInfo>
@@ -32,18 +34,6 @@ QString lastMessageIn(const QString& log)
     return line.startsWith(u'[') ? line.section(u"] "_s, 1) : line;
 }
 
-/// What a tool says can be longer than the window is high; all of it is in the log.
-QString beginningOf(const QString& text)
-{
-    constexpr int mostLines = 8;
-    constexpr int mostLetters = 1000;
-    const QString whole = text.trimmed();
-    QString start = whole.section(u'\n', 0, mostLines - 1);
-    if (start.size() > mostLetters)
-        start.truncate(mostLetters);
-    return start.size() < whole.size() ? start + u"…"_s : start;
-}
-
 } // namespace
 
 BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsManager& settings,
@@ -55,10 +45,7 @@ BuildView::BuildView(ConfigWrapper& job, BuildManager& manager, const SettingsMa
     , m_clock(clock)
     , m_logs(new LogView(u"Build Log"_s))
 {
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(
-        Theme::Space::page, Theme::Space::page, Theme::Space::page, Theme::Space::medium);
-    layout->setSpacing(Theme::Space::large);
+    QVBoxLayout* layout = makeStepLayout(this);
     layout->addWidget(new SectionHeader(
         u"Build & Progress"_s, u"Monitor the creation process and review build logs."_s));
     layout->addWidget(makeJobCard());
@@ -121,9 +108,7 @@ QWidget* BuildView::makeErrorCard()
     heading->addWidget(new SymbolLabel(u"exclamationmark.triangle.fill"_s, Theme::Colour::red, 22));
     heading->addWidget(makeLabel(u"Error"_s, Theme::Type::headline, Theme::Colour::red), 1);
     card->add(heading);
-    m_errorText = makeLabel({}, Theme::Type::body);
-    m_errorText->setWordWrap(true);
-    m_errorText->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_errorText = new TextBlock(u"Error"_s, Theme::Type::body);
     card->add(m_errorText);
     return card;
 }
@@ -141,7 +126,8 @@ QWidget* BuildView::makeCompletionCard(const Actions& actions)
     texts->addWidget(new HelperText(u"Build Another or View Logs"_s));
     heading->addLayout(texts, 1);
     card->add(heading);
-    card->add(new ImageRow(m_job, verdictEdge));
+    m_image = new ImageRow(verdictEdge);
+    card->add(m_image);
 
     auto* buttons = new QHBoxLayout;
     QPushButton* open = makeButton(u"Open Folder"_s, ButtonKind::secondary, u"folder"_s);
@@ -167,8 +153,9 @@ void BuildView::refresh()
         application ? lastPathComponent(*application) : u"No App Selected"_s);
     m_progress->setVisible(status.isBuilding());
     m_error->setVisible(status.which == Case::failed);
-    m_errorText->setText(status.text.isEmpty() ? u"Unknown Error"_s : beginningOf(status.text));
+    m_errorText->setContent(status.text.isEmpty() ? u"Unknown Error"_s : status.text);
     m_completion->setVisible(status.which == Case::success);
+    m_image->setImage(m_manager.image());
     if (status.isBuilding())
         swap(m_build, m_cancel, m_cancel);
     else
@@ -214,6 +201,6 @@ void BuildView::chooseOutput()
 
 void BuildView::openFolder()
 {
-    if (const std::optional<QUrl>& image = m_job.config().outputURL)
+    if (const std::optional<QUrl>& image = m_manager.image())
         QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(image->toLocalFile()).path()));
 }

@@ -8,11 +8,12 @@ class BuildManager;
 class Clock;
 class ConfigWrapper;
 class ElidedLabel;
+class ImageRow;
 class LogView;
-class QLabel;
 class QProgressBar;
 class QPushButton;
 class SettingsManager;
+class TextBlock;
 
 /// The step in which the image is built: asks where to, shows how it goes, and what came of it.
 class BuildView : public QWidget {
@@ -50,8 +51,9 @@ private:
     QProgressBar* m_bar = nullptr;
     ElidedLabel* m_step = nullptr;
     QWidget* m_error = nullptr;
-    QLabel* m_errorText = nullptr;
+    TextBlock* m_errorText = nullptr;
     QWidget* m_completion = nullptr;
+    ImageRow* m_image = nullptr;
     QPushButton* m_goOn = nullptr;
     LogView* m_logs;
 };

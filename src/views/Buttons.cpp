@@ -78,7 +78,7 @@ QSize BusyButton::sizeHint() const
 {
     // As wide as with its text, so that nothing moves when work begins.
     const QSize now = QPushButton::sizeHint();
-    const int wanted = fontMetrics().horizontalAdvance(m_text) + 56;
+    const int wanted = fontMetrics().size(Qt::TextShowMnemonic, m_text).width() + 56;
     return {qMax(now.width(), wanted), now.height()};
 }
 

@@ -74,6 +74,7 @@ DistributionView::DistributionView(ConfigWrapper& job, VerificationManager& mana
     : StepView(parent)
     , m_job(job)
     , m_manager(manager)
+    , m_image(new ImageRow(statusEdge))
     , m_logs(new LogView(u"Verification Logs"_s))
 {
     content()->addWidget(new SectionHeader(
@@ -113,7 +114,7 @@ QWidget* DistributionView::makeStatusCard(std::function<void()> resetAction)
     connect(fresh, &QPushButton::clicked, this, std::move(resetAction));
     row->addWidget(fresh);
     card->add(row);
-    card->add(new ImageRow(m_job, statusEdge));
+    card->add(m_image);
     return card;
 }
 
@@ -147,15 +148,16 @@ void DistributionView::showEvent(QShowEvent* event)
     if (m_hasAutoVerified || !image)
         return;
     m_hasAutoVerified = true;
-    MainQueue::post([manager = QPointer(&m_manager), image] {
-        if (manager)
-            manager->verify(*image);
+    MainQueue::post([self = QPointer(this), image] {
+        if (self && self->m_job.config().outputURL == image) // or the project is another by now
+            self->m_manager.verify(*image);
     });
 }
 
 void DistributionView::refresh()
 {
     showContent(m_job.config().outputURL.has_value());
+    m_image->setImage(m_job.config().outputURL);
     const Answer verdict = verdictOf(m_manager);
     m_statusSymbol->setSymbol(verdict.symbol, verdict.colour);
     m_statusTitle->setText(verdict.text);

@@ -5,6 +5,7 @@
 #include <functional>
 
 class ConfigWrapper;
+class ImageRow;
 class LogView;
 class QLabel;
 class SymbolLabel;
@@ -43,5 +44,6 @@ private:
     QLabel* m_statusCaption = nullptr;
     Row m_gatekeeper;
     Row m_authority;
+    ImageRow* m_image;
     LogView* m_logs;
 };

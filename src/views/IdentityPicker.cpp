@@ -4,7 +4,6 @@
 #include "signing/SigningManager.h"
 
 #include <QPointer>
-#include <QShowEvent>
 
 #include <algorithm>
 
@@ -22,11 +21,8 @@ IdentityPicker::IdentityPicker(SigningManager& manager, QWidget* parent)
     fill();
 }
 
-void IdentityPicker::showEvent(QShowEvent* event)
+void IdentityPicker::prepare()
 {
-    ComboBox::showEvent(event);
-    if (event->spontaneous())
-        return; // the window comes back, the screen was there
     MainQueue::post([self = QPointer(this)] {
         if (!self)
             return;

@@ -1,6 +1,5 @@
 #include "views/ImageRow.h"
 
-#include "model/ConfigWrapper.h"
 #include "platform/Pasteboard.h"
 #include "views/Buttons.h"
 #include "views/Labels.h"
@@ -11,9 +10,8 @@
 
 using namespace Qt::StringLiterals;
 
-ImageRow::ImageRow(ConfigWrapper& job, int symbolColumn, QWidget* parent)
+ImageRow::ImageRow(int symbolColumn, QWidget* parent)
     : QWidget(parent)
-    , m_job(job)
     , m_name(new ElidedLabel(Theme::Type::body))
     , m_folder(new ElidedLabel(Theme::Type::caption))
 {
@@ -33,17 +31,15 @@ ImageRow::ImageRow(ConfigWrapper& job, int symbolColumn, QWidget* parent)
     layout->addLayout(texts, 1);
     auto* copy = new SymbolButton(u"doc.on.clipboard"_s, u"Copy Path"_s);
     connect(copy, &QPushButton::clicked, this, [this] {
-        if (m_job.config().outputURL)
-            Pasteboard::copy(m_job.config().outputURL->toLocalFile());
+        if (m_image)
+            Pasteboard::copy(m_image->toLocalFile());
     });
     layout->addWidget(copy);
-    connect(&m_job, &ConfigWrapper::configChanged, this, &ImageRow::refresh);
-    refresh();
 }
 
-void ImageRow::refresh()
+void ImageRow::setImage(const std::optional<QUrl>& image)
 {
-    const std::optional<QUrl>& image = m_job.config().outputURL;
+    m_image = image;
     const QFileInfo file(image ? image->toLocalFile() : QString());
     m_name->setFullText(image ? file.fileName() : QString());
     m_folder->setFullText(image ? file.path() : QString());

@@ -15,11 +15,19 @@ void KeychainGate::pass(std::function<void()> sign)
         ask(this, std::move(sign));
 }
 
+void KeychainGate::setProbing(bool probing)
+{
+    m_isProbing = probing;
+    emit isProbingChanged();
+}
+
 QCoro::Task<> KeychainGate::ask(QPointer<KeychainGate> self, std::function<void()> sign)
 {
+    self->setProbing(true);
     const bool hasAccess = co_await self->m_keychainManager.checkAccess();
     if (!self)
         co_return;
+    self->setProbing(false);
     if (hasAccess) {
         self->m_isAsking = false;
         sign();

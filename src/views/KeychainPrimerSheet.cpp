@@ -18,7 +18,6 @@ KeychainPrimerSheet::KeychainPrimerSheet(
     , m_keychainManager(host.probe)
     , m_onContinue(std::move(onContinue))
     , m_onCancel(std::move(onCancel))
-    , m_cancel(makeButton(u"Cancel"_s))
     , m_continue(new BusyButton(u"Continue"_s, {}))
 {
     add(new SymbolLabel(u"key.fill"_s, Theme::Colour::accentInk, 56), Qt::AlignHCenter);
@@ -37,17 +36,17 @@ KeychainPrimerSheet::KeychainPrimerSheet(
     addSpace(Theme::Space::small);
 
     auto* buttons = new QHBoxLayout;
-    buttons->addWidget(m_cancel);
+    QPushButton* cancelling = makeButton(u"Cancel"_s);
+    buttons->addWidget(cancelling);
     buttons->addStretch();
     buttons->addWidget(m_continue);
     add(buttons);
-    connect(m_cancel, &QPushButton::clicked, this, &KeychainPrimerSheet::cancel);
+    connect(cancelling, &QPushButton::clicked, this, &KeychainPrimerSheet::cancel);
     connect(this, &Sheet::escaped, this, &KeychainPrimerSheet::cancel);
     connect(m_continue, &QPushButton::clicked, this, [this] {
         if (m_isProcessing)
             return;
         m_isProcessing = true;
-        m_cancel->setEnabled(false);
         m_continue->setBusy(true);
         goOn(this, m_host.clock);
     });
@@ -82,8 +81,7 @@ QWidget* KeychainPrimerSheet::nextStepBox()
 
 void KeychainPrimerSheet::cancel()
 {
-    if (m_isProcessing)
-        return;
+    m_isProcessing = false; // there is nothing to go on with
     if (m_onCancel)
         m_onCancel();
     dismiss();
@@ -99,7 +97,7 @@ QCoro::Task<> KeychainPrimerSheet::goOn(QPointer<KeychainPrimerSheet> self, Cloc
             u"No valid signing identity found. Please import a Developer ID Application certificate."_s);
     }
     co_await clock.wait(500ms, nullptr);
-    if (!self)
+    if (!self || !self->m_isProcessing)
         co_return;
     self->m_isProcessing = false;
     if (const std::function<void()> onContinue = self->m_onContinue)

@@ -8,7 +8,6 @@
 class BusyButton;
 class Clock;
 class KeychainProbe;
-class QPushButton;
 
 /// Explains why the keychain will ask the user before the first signing. Continue probes the
 /// keychain once more and then goes on, whatever the probe says.
@@ -36,6 +35,5 @@ private:
     std::function<void()> m_onContinue;
     std::function<void()> m_onCancel;
     bool m_isProcessing = false;
-    QPushButton* m_cancel;
     BusyButton* m_continue;
 };

@@ -1,8 +1,8 @@
 #include "views/LogView.h"
 
 #include "views/Theme.h"
+#include "views/WayBack.h"
 
-#include <QKeyEvent>
 #include <QScrollBar>
 #include <QTextCursor>
 
@@ -51,13 +51,5 @@ void LogView::resizeEvent(QResizeEvent* event)
 
 bool LogView::event(QEvent* event)
 {
-    // The wizard's way back counts for more than going a word back in a log.
-    if (event->type() == QEvent::ShortcutOverride) {
-        const auto& key = static_cast<const QKeyEvent&>(*event);
-        if (key.key() == Qt::Key_Left && key.modifiers() == Qt::ControlModifier) {
-            event->ignore();
-            return true;
-        }
-    }
-    return QPlainTextEdit::event(event);
+    return WayBack::leaves(*event) || QPlainTextEdit::event(event);
 }

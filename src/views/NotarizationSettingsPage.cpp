@@ -4,6 +4,7 @@
 #include "notarization/NotaryToolClient.h"
 #include "views/Buttons.h"
 #include "views/SettingsBlocks.h"
+#include "views/TextBlock.h"
 
 #include <QHBoxLayout>
 #include <QLineEdit>
@@ -17,7 +18,7 @@ NotarizationSettingsPage::NotarizationSettingsPage(
     , m_tools(tools)
     , m_verify(makeButton(u"Verify with History"_s))
     , m_store(new BusyButton(u"Store Credentials"_s, u"key.fill"_s))
-    , m_result(makeLabel({}, Theme::Type::caption))
+    , m_result(new TextBlock(u"Result"_s, Theme::Type::caption))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -36,8 +37,6 @@ NotarizationSettingsPage::NotarizationSettingsPage(
     buttons->addStretch();
     buttons->addWidget(m_store);
     card->add(buttons);
-    m_result->setWordWrap(true);
-    m_result->setTextInteractionFlags(Qt::TextSelectableByMouse);
     card->add(m_result);
     layout->addWidget(card);
     layout->addStretch();
@@ -76,9 +75,8 @@ void NotarizationSettingsPage::setResult(const QString& text)
     const bool isFailure =
         text.startsWith("Error: "_L1) || text.startsWith("Verification Failed: "_L1);
     const bool isGood = !isFailure && (text.contains("Success"_L1) || text.contains("Verified"_L1));
-    Theme::style(
-        *m_result, Theme::Type::caption, isGood ? Theme::Colour::green : Theme::Colour::red);
-    m_result->setText(text.trimmed()); // a tool's output ends in a line feed
+    m_result->setColour(isGood ? Theme::Colour::green : Theme::Colour::red);
+    m_result->setContent(text);
     m_result->setVisible(!text.isEmpty());
 }
 

@@ -5,10 +5,10 @@
 #include <QWidget>
 
 class BusyButton;
-class QLabel;
 class QLineEdit;
 class QPushButton;
 class SettingsManager;
+class TextBlock;
 class ToolRunner;
 
 /// The settings of the notary service's credentials, which are stored and tried here.
@@ -38,5 +38,5 @@ private:
     QLineEdit* m_password;
     QPushButton* m_verify;
     BusyButton* m_store;
-    QLabel* m_result;
+    TextBlock* m_result;
 };

@@ -25,13 +25,14 @@ NotarizationView::NotarizationView(
     , m_stop(std::move(stop))
     , m_status(new StatusBadge)
     , m_profile(new QLineEdit)
+    , m_image(new ImageRow)
     , m_logs(new LogView(u"Notarization Logs"_s))
     , m_start(new BusyButton(u"Notarize && Staple"_s, u"checkmark.seal"_s))
 {
     content()->addWidget(new SectionHeader(u"Notarization"_s,
         u"Submit your signed DMG to Apple's Notary Service and staple the ticket."_s));
     auto* status = new Card(u"Status"_s);
-    status->add(new ImageRow(job));
+    status->add(m_image);
     status->add(m_status);
     content()->addWidget(status);
 
@@ -65,6 +66,7 @@ NotarizationView::NotarizationView(
 void NotarizationView::refresh()
 {
     showContent(m_job.config().outputURL.has_value());
+    m_image->setImage(m_job.config().outputURL);
     if (m_manager.notarizationSuccess())
         m_status->setStatus(u"Notarized & Stapled"_s, Theme::Colour::green);
     else if (m_manager.isProcessing())

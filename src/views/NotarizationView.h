@@ -5,6 +5,7 @@
 
 class BusyButton;
 class ConfigWrapper;
+class ImageRow;
 class LogView;
 class NotarizationManager;
 class QLineEdit;
@@ -27,6 +28,7 @@ private:
     CancellationHandle m_stop;
     StatusBadge* m_status;
     QLineEdit* m_profile;
+    ImageRow* m_image;
     LogView* m_logs;
     BusyButton* m_start;
 };

@@ -1,5 +1,6 @@
 #include "views/PreferencePages.h"
 
+#include "model/DMGConfig.h"
 #include "model/SettingsManager.h"
 #include "platform/MainQueue.h"
 #include "platform/Paths.h"
@@ -151,6 +152,8 @@ BuildSettingsPage::BuildSettingsPage(SettingsManager& settings, QWidget* parent)
         u"UDZO is best for compatibility. ULFO is faster but requires newer macOS versions."_s));
     layout->addWidget(strategy);
 
+    for (NumberField* side : {m_width, m_height})
+        side->setRange(1, DMGConfig::largestCoordinate);
     auto* window = new SettingsCard(u"Window Specification"_s);
     auto* sizes = new QWidget;
     auto* row = new QHBoxLayout(sizes);

@@ -5,6 +5,7 @@
 #include "views/Labels.h"
 #include "views/Symbol.h"
 #include "views/TabStops.h"
+#include "views/TextBlock.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -75,9 +76,13 @@ void Sheet::leaveFocusTo(QWidget* widget)
 
 void Sheet::dismiss()
 {
-    if (m_focusBefore)
-        m_focusBefore->setFocus();
+    const QPointer<QWidget> heir = m_focusBefore;
+    const bool isOnTop = openIn(window()).endsWith(this);
     close();
+    if (isOnTop && heir)
+        heir->setFocus();
+    for (Sheet* above : openIn(window())) // it may have come when one of this sheet's had the keys
+        above->leaveFocusTo(heir);
     emit dismissed();
 }
 
@@ -118,10 +123,9 @@ void showAlert(QWidget* over, const QString& title, const QString& message)
     sheet->add(new SymbolLabel(u"exclamationmark.triangle.fill"_s, Theme::Colour::orange, 36),
         Qt::AlignHCenter);
     sheet->add(makeLabel(title, Theme::Type::headline), Qt::AlignHCenter);
-    auto* text = makeLabel(message, Theme::Type::body, Theme::Colour::secondary);
-    text->setWordWrap(true);
-    text->setAlignment(Qt::AlignHCenter);
-    text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* text =
+        new TextBlock(u"Message"_s, Theme::Type::body, Theme::Colour::secondary, Qt::AlignHCenter);
+    text->setContent(message);
     sheet->add(text);
     sheet->addSpace(Theme::Space::small);
     QPushButton* button = makeButton(u"OK"_s, ButtonKind::primary);

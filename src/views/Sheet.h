@@ -20,7 +20,7 @@ public:
     void addSpace(int points);
 
     void present();
-    /// The open sheets of a window; where there are any, they have the keys.
+    /// The open sheets of a window, the topmost last; where there are any, they have the keys.
     static QList<Sheet*> openIn(const QWidget* window);
     /// Who gets the focus afterwards if who had it before is not in view any more.
     void leaveFocusTo(QWidget* widget);

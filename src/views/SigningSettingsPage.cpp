@@ -6,6 +6,7 @@
 #include "views/SettingsBlocks.h"
 #include "views/Symbol.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QProgressBar>
 
@@ -74,6 +75,15 @@ SigningSettingsPage::SigningSettingsPage(SigningManager& manager, QWidget* paren
              &SigningManager::selectedIdentityChanged, &SigningManager::isScanningChanged})
         connect(&m_manager, changed, this, &SigningSettingsPage::refresh);
     refresh();
+}
+
+bool SigningSettingsPage::event(QEvent* event)
+{
+    if (event->type() == QEvent::WindowActivate) {
+        m_manager.followRemembered();
+        refresh();
+    }
+    return QWidget::event(event);
 }
 
 void SigningSettingsPage::refresh()

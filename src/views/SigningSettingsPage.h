@@ -14,6 +14,10 @@ public:
     /// `manager` outlives this widget.
     explicit SigningSettingsPage(SigningManager& manager, QWidget* parent = nullptr);
 
+protected:
+    /// The wizard may have been in front, where the user can choose, too.
+    bool event(QEvent* event) override;
+
 private:
     void refresh();
     void fillPicker();

@@ -11,6 +11,7 @@
 #include "views/Labels.h"
 #include "views/LogView.h"
 #include "views/StatusBadge.h"
+#include "views/StepView.h"
 #include "views/Theme.h"
 
 #include <QDragEnterEvent>
@@ -19,6 +20,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -26,65 +28,97 @@ namespace {
 
 bool isImage(const QUrl& file)
 {
-    return QFileInfo(file.toLocalFile()).suffix().toLower() == "dmg"_L1;
+    const QFileInfo named(file.toLocalFile());
+    return named.suffix().toLower() == "dmg"_L1 && !named.completeBaseName().isEmpty();
 }
 
 } // namespace
 
 SigningView::SigningView(ConfigWrapper& job, SigningManager& signing,
-    KeychainPrimerSheet::Host keychain, QWidget* parent)
-    : StepView(parent)
+    KeychainPrimerSheet::Host keychain, CancellationHandle stop, QWidget* parent)
+    : QWidget(parent)
     , m_job(job)
     , m_signing(signing)
     , m_keychain(new KeychainGate(keychain, this))
-    , m_status(new StatusBadge)
-    , m_identities(new IdentityPicker(signing))
+    , m_stop(std::move(stop))
     , m_logs(new LogView(u"Signing Logs"_s))
-    , m_sign(new BusyButton(u"Sign DMG"_s, u"signature"_s))
 {
     setAcceptDrops(true);
-    content()->addWidget(new SectionHeader(u"Code Signing"_s,
+    QVBoxLayout* layout = makeStepLayout(this);
+    layout->addWidget(new SectionHeader(u"Code Signing"_s,
         u"Sign your DMG with a Developer ID Application certificate to prepare it for notarization."_s));
-    auto* image = new Card(u"Disk Image"_s);
-    image->add(new ImageRow(job));
-    image->add(m_status);
-    content()->addWidget(image);
-
-    auto* card = new Card(u"Signing Identity"_s);
-    auto* row = new QHBoxLayout;
-    row->addWidget(m_identities, 1);
-    row->addWidget(m_sign);
-    card->add(row);
-    content()->addWidget(card);
+    m_imageCard = makeImageCard();
+    layout->addWidget(m_imageCard);
+    m_emptyCard = makeEmptyCard();
+    layout->addWidget(m_emptyCard);
+    layout->addWidget(makeSigningCard());
     auto* logs = new Card(u"Signing Logs"_s);
     logs->add(m_logs);
-    content()->addWidget(logs, 1);
+    layout->addWidget(logs, 1);
 
+    connect(&m_job, &ConfigWrapper::configChanged, this, &SigningView::refresh);
+    for (const auto changed : {&SigningManager::logsChanged, &SigningManager::isSigningChanged,
+             &SigningManager::signSuccessChanged})
+        connect(&m_signing, changed, this, &SigningView::refresh);
+    connect(m_keychain, &KeychainGate::isProbingChanged, this, &SigningView::refresh);
+    refresh();
+}
+
+QWidget* SigningView::makeImageCard()
+{
+    auto* card = new Card(u"Disk Image"_s);
+    m_image = new ImageRow;
+    card->add(m_image);
+    m_status = new StatusBadge;
+    card->add(m_status);
+    return card;
+}
+
+QWidget* SigningView::makeEmptyCard()
+{
+    auto* card = new Card;
     auto* empty = new EmptyState(u"signature"_s, u"No DMG Built Recently"_s,
         u"You can drag & drop an existing DMG here to sign it."_s);
     QPushButton* select = makeButton(u"Select DMG File..."_s);
     connect(select, &QPushButton::clicked, this, &SigningView::selectImage);
     empty->add(select);
-    setEmptyPage(empty);
+    card->add(empty);
+    return card;
+}
 
-    connect(m_sign, &QPushButton::clicked, this, &SigningView::sign);
+QWidget* SigningView::makeSigningCard()
+{
+    auto* card = new Card(u"Signing Identity"_s);
+    auto* row = new QHBoxLayout;
+    m_identities = new IdentityPicker(m_signing);
     connect(m_identities, &IdentityPicker::identityChosen, this,
         [this](const auto& identity) { m_signing.selectIdentity(identity); });
-    connect(&m_job, &ConfigWrapper::configChanged, this, &SigningView::refresh);
-    connect(&m_signing, &SigningManager::logsChanged, this, &SigningView::refresh);
-    connect(&m_signing, &SigningManager::isSigningChanged, this, &SigningView::refresh);
-    connect(&m_signing, &SigningManager::signSuccessChanged, this, &SigningView::refresh);
-    refresh();
+    row->addWidget(m_identities, 1);
+    m_sign = new BusyButton(u"Sign DMG"_s, u"signature"_s);
+    connect(m_sign, &QPushButton::clicked, this, &SigningView::sign);
+    row->addWidget(m_sign);
+    card->add(row);
+    return card;
+}
+
+void SigningView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (!event->spontaneous())
+        m_identities->prepare();
 }
 
 void SigningView::refresh()
 {
-    showContent(m_job.config().outputURL.has_value());
+    const std::optional<QUrl>& image = m_job.config().outputURL;
+    m_imageCard->setVisible(image.has_value());
+    m_emptyCard->setVisible(!image);
+    m_image->setImage(image);
     const bool isSigning = m_signing.isSigning();
     m_status->setStatus(isSigning ? u"Signing in progress..."_s : u"Ready to Sign"_s,
         isSigning ? Theme::Colour::orange : Theme::Colour::secondary);
     m_logs->setLog(m_signing.logs());
-    m_sign->setBusy(isSigning);
+    m_sign->setBusy(isSigning || m_keychain->isProbing());
 }
 
 void SigningView::selectImage()
@@ -116,7 +150,7 @@ void SigningView::setTargeted(bool targeted)
 /// In the margin around the cards, which lets it through.
 void SigningView::paintEvent(QPaintEvent* event)
 {
-    StepView::paintEvent(event);
+    QWidget::paintEvent(event);
     if (!m_isTargeted)
         return;
     constexpr int inset = Theme::Space::medium / 2;
@@ -145,7 +179,7 @@ void SigningView::take(const QUrl& image)
         showError(u"Please drop a valid .dmg file."_s);
         return;
     }
-    m_job.edit([&](DMGConfig& config) { config.outputURL = image; });
+    m_job.editLater([image](DMGConfig& config) { config.outputURL = image; });
 }
 
 void SigningView::sign()
@@ -170,7 +204,7 @@ QCoro::Task<> SigningView::signNow(QPointer<SigningView> self)
     } catch (const ShellError& error) {
         failure = error.description();
     }
-    if (self && !failure.isEmpty())
+    if (self && !failure.isEmpty() && !self->m_stop->isRequested())
         self->showError(failure);
 }
 

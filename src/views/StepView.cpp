@@ -4,15 +4,20 @@
 
 #include <QVBoxLayout>
 
+QVBoxLayout* makeStepLayout(QWidget* screen)
+{
+    auto* layout = new QVBoxLayout(screen);
+    layout->setContentsMargins(
+        Theme::Space::page, Theme::Space::page, Theme::Space::page, Theme::Space::medium);
+    layout->setSpacing(Theme::Space::large);
+    return layout;
+}
+
 StepView::StepView(QWidget* parent)
     : QStackedWidget(parent)
-    , m_content(new QVBoxLayout)
 {
     auto* page = new QWidget;
-    page->setLayout(m_content);
-    m_content->setContentsMargins(
-        Theme::Space::page, Theme::Space::page, Theme::Space::page, Theme::Space::medium);
-    m_content->setSpacing(Theme::Space::large);
+    m_content = makeStepLayout(page);
     addWidget(page);
 }
 

@@ -4,6 +4,9 @@
 
 class QVBoxLayout;
 
+/// From top to bottom, with the distances that all screens of steps have.
+QVBoxLayout* makeStepLayout(QWidget* screen);
+
 /// A step's screen that has something to show only when the job has a certain file: two pages, one
 /// of which explains what is missing.
 class StepView : public QStackedWidget {
@@ -13,7 +16,7 @@ protected:
 
     /// The page for a job without the file.
     void setEmptyPage(QWidget* page);
-    /// Where the content of the other page goes, with the distances that all screens have.
+    /// Where the content of the other page goes.
     QVBoxLayout* content() { return m_content; }
     void showContent(bool hasFile);
 

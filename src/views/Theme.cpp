@@ -106,7 +106,9 @@ QComboBox QAbstractItemView { background: @raised; color: @text; border: 1px sol
     selection-background-color: @accent; selection-color: @onAccent; outline: none; padding: 4px; }
 QPlainTextEdit { background: @field; color: @text; border: 1px solid @border; border-radius: 7px;
     padding: 6px; selection-background-color: @accent; selection-color: @onAccent; }
-QPlainTextEdit:focus { border: 1px solid @accentInk; }
+QTextEdit { background: transparent; border: 1px solid transparent; border-radius: 4px;
+    selection-background-color: @accent; selection-color: @onAccent; }
+QTextEdit:focus, QPlainTextEdit:focus { border: 1px solid @accentInk; }
 QSlider { min-height: 20px; }
 QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: @border; }
 QSlider::sub-page:horizontal { background: @accentInk; border-radius: 2px; }

@@ -33,7 +33,6 @@ protected:
 };
 
 constexpr int formWidth = 400;
-constexpr int largestCoordinate = 32767; // of the windows of the system that opens the image
 
 QString pathOrNothing(const std::optional<QUrl>& location)
 {
@@ -129,7 +128,7 @@ QWidget* ConfigurationView::makeForm()
     m_height = makeNumber(u"Height"_s,
         [](DMGConfig& config, double value) { config.resizeHeight(static_cast<qint64>(value)); });
     for (NumberField* side : {m_width, m_height})
-        side->setRange(1, largestCoordinate);
+        side->setRange(1, DMGConfig::largestCoordinate);
     window->add(rowOf({unitOf(u"W:"_s), m_width, unitOf(u"H:"_s), m_height}));
     layout->addWidget(window);
 
@@ -201,7 +200,7 @@ NumberField* ConfigurationView::makeNumber(
     const QString& name, const std::function<void(DMGConfig&, double)>& change)
 {
     auto* field = new NumberField(name, NumberField::Kind::integer);
-    field->setRange(-largestCoordinate, largestCoordinate);
+    field->setRange(-DMGConfig::largestCoordinate, DMGConfig::largestCoordinate);
     connect(field, &NumberField::numberEdited, this, [this, change](double value) {
         m_job.editLater([change, value](DMGConfig& config) { change(config, value); });
     });

@@ -17,13 +17,17 @@
 #include "views/SigningView.h"
 #include "views/Symbol.h"
 #include "views/TabStops.h"
+#include "views/WayBack.h"
 #include "wizard/AssetSelectionView.h"
 #include "wizard/ConfigurationView.h"
 
+#include <QDialog>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QShortcut>
 #include <QSplitter>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -32,7 +36,6 @@ namespace {
 constexpr int narrowestSidebar = 240;
 constexpr int widestSidebar = 300;
 constexpr int iconEdge = 64;
-const QKeySequence backKey(Qt::CTRL | Qt::Key_Left);
 
 QLabel* makeIcon(IconService& icons)
 {
@@ -133,11 +136,11 @@ QWidget* WizardView::makeBottomBar()
     layout->setContentsMargins(
         Theme::Space::page, Theme::Space::medium, Theme::Space::page, Theme::Space::medium);
     m_back = makeButton(u"Back"_s);
-    m_back->setToolTip(backKey.toString(QKeySequence::NativeText));
+    m_back->setToolTip(WayBack::key().toString(QKeySequence::NativeText));
     connect(m_back, &QPushButton::clicked, this, &WizardView::goBack);
     // Also from sliders and pickers, which have their own use for the arrow; fields for text keep
     // it.
-    auto* wayBack = new QShortcut(backKey, this);
+    auto* wayBack = new QShortcut(WayBack::key(), this);
     wayBack->setContext(Qt::WidgetWithChildrenShortcut);
     connect(wayBack, &QShortcut::activated, this, &WizardView::goBack);
     m_inspection = new ElidedLabel(Theme::Type::caption);
@@ -167,6 +170,8 @@ void WizardView::connectManagers()
         &WizardView::showCurrentScreen);
     connect(&m_navigation, &NavigationManager::maxStepReachedChanged, this, &WizardView::refresh);
     connect(&m_job, &ConfigWrapper::configChanged, this, &WizardView::refresh);
+    connect(&m_job, &ConfigWrapper::configChanged, this, &WizardView::followImage);
+    connect(&m_build, &BuildManager::statusChanged, this, &WizardView::followImage);
     connect(&m_smartSkip, &SmartSkip::smartSkipReadyChanged, this, &WizardView::refresh);
     connect(&m_smartSkip, &SmartSkip::inspectionStatusChanged, this, &WizardView::refresh);
     connect(&m_notarization, &NotarizationState::notarizationSuccessChanged, this,
@@ -247,7 +252,7 @@ QWidget* WizardView::makeScreen(NavigationStep step)
         return new BuildView(m_job, m_build, m_host.build.settings, m_host.build.clock,
             {[this] { goNext(); }, [this] { reset(); }});
     case NavigationStep::signing:
-        return new SigningView(m_job, m_signing, keychain);
+        return new SigningView(m_job, m_signing, keychain, m_stop);
     case NavigationStep::notarization:
         return new NotarizationView(m_job, m_notarization, m_stop);
     case NavigationStep::distribution:
@@ -294,7 +299,31 @@ void WizardView::imageNotarized()
         return;
     m_navigation.completeCurrentStep();
     m_navigation.raiseMaxStepReached(rawValue(NavigationStep::distribution));
+    showDistribution();
+}
+
+/// Once the screen has its answers: a question, such as where to save, would go with it.
+void WizardView::showDistribution()
+{
+    if (!m_notarization.notarizationSuccess())
+        return; // the answer was to build another
+    for (const QDialog* each : m_screen->findChildren<QDialog*>()) {
+        if (each->isVisible()) {
+            connect(each, &QDialog::finished, this, &WizardView::showDistribution,
+                Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+            return;
+        }
+    }
     m_navigation.setCurrentStep(rawValue(NavigationStep::distribution));
+}
+
+/// What was notarized was another image, or what this one was before it is built anew.
+void WizardView::followImage()
+{
+    const std::optional<QUrl> image = m_job.config().outputURL;
+    const bool isAnother = std::exchange(m_image, image) != image;
+    if ((isAnother || m_build.status().isBuilding()) && !m_notarization.isProcessing())
+        m_notarization.setNotarizationSuccess(false);
 }
 
 void WizardView::reset()
@@ -323,7 +352,7 @@ bool WizardView::isBusy() const
 
 void WizardView::stopWork()
 {
-    m_build.cancel();
+    m_build.stop();
     m_stop->request();
     m_host.interruptTools();
 }

@@ -62,6 +62,8 @@ private:
     void goNext();
     void goBack();
     void imageNotarized();
+    void showDistribution();
+    void followImage();
 
     WizardHost m_host;
     ConfigWrapper m_job;
@@ -72,6 +74,7 @@ private:
     VerificationManager m_verification;
     AppNotarizationManager m_appNotarization;
     SmartSkip m_smartSkip;
+    std::optional<QUrl> m_image; // that the job had last
     CancellationHandle m_stop = std::make_shared<Cancellation>(); // of what isn't to go on
 
     QWidget* m_sidebar = nullptr;

@@ -67,6 +67,12 @@ TEST_F(Settings, PagesWriteThroughAndTellWhatTheyDid)
     user.click(u"ULFO (Fast, Lzfse)"_s);
     EXPECT_TRUE(WindowUser::waitUntil([&] { return settings.defaultCompression() == "ULFO"_L1; }));
     user.type(u"Width"_s, u"720.5"_s);
+    user.type(u"Width"_s, u"720.5"_s);
+    EXPECT_EQ(settings.defaultWindowWidth(), 720.5);
+    user.click(u"About"_s);
+    user.click(u"Build"_s);
+    user.type(u"Width"_s, u"1e308"_s);
+    user.click(u"About"_s);
     EXPECT_EQ(settings.defaultWindowWidth(), 720.5);
 
     const QString leftover = home.file(u"vandor-%1/killed/work"_s.arg(::getuid()));
@@ -85,6 +91,20 @@ TEST_F(Settings, PagesWriteThroughAndTellWhatTheyDid)
     SettingsManager later(defaults);
     EXPECT_TRUE(later.skipAppValidation());
     EXPECT_EQ(later.defaultCompression(), u"ULFO"_s);
+}
+
+TEST_F(Settings, FollowTheIdentityThatIsChosenInTheWizard)
+{
+    makeIdentity();
+    user.click(u"Refresh Identities"_s);
+    ASSERT_TRUE(WindowUser::waitUntil([&] { return !settingsSigning.identities().isEmpty(); }));
+    EXPECT_TRUE(user.sees(u"No Identity Selected"_s));
+    settingsWindow.window()->hide();
+    window.show();
+    go(NavigationStep::signing);
+    chooseIdentity();
+    settingsWindow.openSettingsWindow();
+    EXPECT_TRUE(user.waitToSee(u"Signing Enabled"_s)) << seen();
 }
 
 TEST_F(Settings, OpenInOneWindowWhereItWasLeft)

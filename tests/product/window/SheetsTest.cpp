@@ -68,6 +68,13 @@ TEST_F(Sheets, WithoutTheKeychainSigningExplainsItselfFirst)
     user.click(u"Sign App Bundle & Enable Hardened Runtime"_s);
     ASSERT_TRUE(user.waitToSee(u"Keychain Access Required"_s));
     user.click(u"Continue"_s);
+    user.press(sheet(), Qt::Key_Escape); // while it looks again
+    EXPECT_TRUE(isGone());
+    EXPECT_FALSE(window.wizard().isBusy());
+
+    user.click(u"Sign App Bundle & Enable Hardened Runtime"_s);
+    ASSERT_TRUE(user.waitToSee(u"Keychain Access Required"_s));
+    user.click(u"Continue"_s);
     EXPECT_TRUE(isGone());
     EXPECT_TRUE(user.waitToSee(u"Identity: Developer ID"_s)) << seen(); // tried all the same
     EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
@@ -93,10 +100,23 @@ TEST_F(Sheets, LeaveTheKeysToTheScreenThatHasComeMeanwhile)
     EXPECT_TRUE(user.waitToSee(u"Notarization"_s));
 }
 
+TEST_F(Sheets, WithoutAnImageThereIsNothingToSign)
+{
+    makeIdentity();
+    go(NavigationStep::signing);
+    EXPECT_TRUE(user.sees(u"No DMG Built Recently"_s));
+    user.click(u"Sign DMG"_s); // nobody is chosen yet
+    EXPECT_EQ(sheet(), nullptr);
+    chooseIdentity();
+    user.click(u"Sign DMG"_s);
+    EXPECT_TRUE(user.sees(u"No DMG selected. Please build the DMG first."_s)) << seen();
+}
+
 TEST_F(Sheets, WhatIsNoImageIsRefusedWithAnAlert)
 {
     go(NavigationStep::signing);
-    for (const auto& [file, isTaken] : {std::pair("a.dmg.zip", false), std::pair("A.DMG", true)}) {
+    for (const auto& [file, isTaken] :
+        {std::pair("a.dmg.zip", false), std::pair(".dmg", false), std::pair("A.DMG", true)}) {
         user.dropOn(window.findChild<SigningView*>(), home.file(QString::fromLatin1(file)));
         EXPECT_EQ(sheet() != nullptr, !isTaken) << file;
         EXPECT_EQ(user.sees(u"Please drop a valid .dmg file."_s), !isTaken);
@@ -151,6 +171,27 @@ TEST_F(Sheets, ClosingAsksWhileABuildOfAnEarlierProjectRuns)
     EXPECT_TRUE(WindowUser::waitUntil([&] { return !window.wizard().isBusy(); }));
     EXPECT_TRUE(QFile::exists(image));
     EXPECT_TRUE(window.close());
+}
+
+TEST_F(Sheets, ClosingAnywayComplainsOfNothing)
+{
+    makeIdentity();
+    const std::string said = answer({tool("/usr/bin/hdiutil"), "create", "-size", "800m", "-fs",
+        "HFS+", "-volname", "Big", "-layout", "NONE", image.toStdString()});
+    ASSERT_TRUE(said.starts_with("0 ")) << said;
+    chooseFiles();
+    go(NavigationStep::signing);
+    chooseIdentity();
+    user.click(u"Sign DMG"_s);
+    ASSERT_TRUE(user.waitToSee(u"Signing in progress..."_s));
+    EXPECT_FALSE(window.close());
+    user.click(u"Close Anyway"_s);
+    bool complains = false;
+    EXPECT_TRUE(WindowUser::waitUntil([&] {
+        complains = complains || user.sees(u"Signing Error"_s);
+        return !window.isVisible();
+    }));
+    EXPECT_FALSE(complains);
 }
 
 TEST_F(Sheets, ClosingAnywayLeavesNothingBehindOfABuild)

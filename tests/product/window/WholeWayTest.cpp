@@ -44,17 +44,23 @@ public:
         ASSERT_TRUE(user.waitToSee(u"DMG Created Successfully!"_s)) << seen();
         EXPECT_GT(shares.count(), 0);
     }
-    void saveAs(const QString& path);
+    QWidget* saveDialogsName() const;
+    void saveAs(const QString& path) const;
 };
 
-void WholeWay::saveAs(const QString& path)
+QWidget* WholeWay::saveDialogsName() const
 {
     QWidget* name = nullptr;
-    ASSERT_TRUE(WindowUser::waitUntil([&] {
+    EXPECT_TRUE(WindowUser::waitUntil([&] {
         name = window.findChild<QWidget*>(u"fileNameEdit"_s);
         return name != nullptr && name->isVisible();
     }));
-    user.typeInto(name, path);
+    return name;
+}
+
+void WholeWay::saveAs(const QString& path) const
+{
+    user.typeInto(saveDialogsName(), path);
     user.click(u"&Save"_s);
 }
 
@@ -93,4 +99,42 @@ TEST_F(WholeWay, FromADroppedApplicationToAnImageReadyForDistribution)
         std::string::npos);
     EXPECT_TRUE(answer({"/usr/bin/7zz", "t", "-tdmg", path}).starts_with("0 "));
     EXPECT_TRUE(window.close());
+}
+
+TEST_F(WholeWay, ANotarizedImageWaitsForAQuestionAndIsNotMistakenForAnother)
+{
+    makeIdentity();
+    const std::string folder = home.file(u"in"_s).toStdString();
+    const std::string codesign = tool("/usr/bin/codesign");
+    for (const std::vector<std::string>& command :
+        {std::vector<std::string>{codesign, "--force", "--deep", "--options", "runtime",
+             "--timestamp", "-s", "Developer ID Application", app.toStdString()},
+            {"/bin/mkdir", folder}, {"/bin/mv", app.toStdString(), folder},
+            {tool("/usr/bin/hdiutil"), "create", "-srcfolder", folder, image.toStdString()},
+            {codesign, "--timestamp", "-s", "Developer ID Application", image.toStdString()}}) {
+        const std::string said = answer(command);
+        ASSERT_TRUE(said.starts_with("0 ")) << said;
+    }
+    window.wizard().job().edit(
+        [this](DMGConfig& edited) { edited.outputURL = QUrl::fromLocalFile(image); });
+    NavigationManager& navigation = window.wizard().navigation();
+    go(NavigationStep::notarization);
+    user.type(u"Profile Name"_s, u"local"_s);
+    user.click(u"Notarize & Staple"_s);
+    go(NavigationStep::build);
+    user.click(u"Build DMG"_s);
+    QWidget* name = saveDialogsName();
+    ASSERT_TRUE(WindowUser::waitUntil([&] {
+        return navigation.maxStepReached() == rawValue(NavigationStep::distribution);
+    })) << seen();
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(name->isVisible());
+    user.press(name, Qt::Key_Escape);
+    ASSERT_TRUE(user.waitToSee(u"Ready for Distribution!"_s)) << seen();
+
+    go(NavigationStep::notarization);
+    EXPECT_TRUE(user.sees(u"Notarized & Stapled"_s)) << seen();
+    window.wizard().job().edit(
+        [this](DMGConfig& edited) { edited.outputURL = QUrl::fromLocalFile(app + u".dmg"_s); });
+    EXPECT_TRUE(user.sees(u"Ready to Notarize"_s)) << seen();
 }

@@ -8,6 +8,7 @@
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QTest>
+#include <QTextEdit>
 #include <QUrl>
 #include <QWindow>
 
@@ -23,6 +24,8 @@ QString textOf(const QWidget* widget)
         return label->text();
     if (const auto* log = qobject_cast<const QPlainTextEdit*>(widget))
         return log->toPlainText();
+    if (const auto* block = qobject_cast<const QTextEdit*>(widget))
+        return block->toPlainText();
     return {};
 }
 

@@ -115,6 +115,48 @@ TEST_F(BuildManagerTest, ACancelledBuildEndsAsItsStepsDo)
     }
 }
 
+TEST_F(BuildManagerTest, ABuildWaitsForTheOneOfAnEarlierProject)
+{
+    const auto imagesMade = [this] { return scripted.calls().filter(u"hdiutil create"_s).size(); };
+    clock.isHeld = true;
+    manager->startBuild(job);
+    const CancellationHandle earlier = manager->buildTask();
+    ASSERT_TRUE(turnUntil([this] { return clock.running == 1; }));
+    manager->clear();
+    EXPECT_EQ(manager->image(), std::nullopt);
+
+    manager->startBuild(job);
+    EXPECT_TRUE(manager->logs().endsWith("] Waiting for an earlier build to end...\n"_L1));
+    manager->cancel();
+    EXPECT_EQ(manager->status(), BuildStatus::cancelled());
+    EXPECT_TRUE(manager->logs().endsWith("] \n[!] Build Cancelled by User.\n"_L1));
+    EXPECT_FALSE(manager->buildTask());
+
+    job.outputURL = QUrl::fromLocalFile(path(u"out/Later.dmg"_s));
+    manager->startBuild(job);
+    EXPECT_EQ(imagesMade(), 1);
+    clock.isHeld = false;
+    earlier->request();
+    finish();
+    EXPECT_EQ(manager->status(), BuildStatus::success());
+    EXPECT_EQ(manager->image(), job.outputURL);
+    EXPECT_EQ(imagesMade(), 2);
+    EXPECT_EQ(settings.totalBuilds(), 1) << "nobody hears of the earlier one";
+}
+
+TEST_F(BuildManagerTest, StoppingAlsoCutsTheWaitsOfAnEarlierProject)
+{
+    clock.isHeld = true;
+    manager->startBuild(job);
+    ASSERT_TRUE(turnUntil([this] { return clock.running == 1; }));
+    manager->clear();
+    manager->startBuild(job);
+    manager->stop();
+    EXPECT_EQ(manager->status(), BuildStatus::cancelled());
+    EXPECT_TRUE(turnUntil([this] { return icons.placed.size() == 2 && workspaces().isEmpty(); }));
+    EXPECT_EQ(scripted.calls().filter(u"hdiutil create"_s).size(), 1);
+}
+
 TEST_F(BuildManagerTest, ABuildOutlivesItsManagerQuietly)
 {
     manager->startBuild(job);

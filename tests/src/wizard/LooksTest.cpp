@@ -1,6 +1,7 @@
 #include "views/ComboBox.h"
 #include "views/Labels.h"
 #include "views/LogView.h"
+#include "views/TextBlock.h"
 #include "views/Theme.h"
 
 #include <QApplication>
@@ -103,4 +104,25 @@ TEST(Looks, ALogFollowsItsEndAlsoWhereItGetsLessRoom)
     log.setLog(text += u"more\n"_s);
     QCoreApplication::processEvents();
     EXPECT_EQ(bar.value(), 10);
+}
+
+TEST(Looks, WhatAToolSaysBreaksAnywhereAndScrollsWhereItIsLong)
+{
+    TextBlock block(u"Error"_s, Type::body);
+    const int line = block.heightForWidth(300);
+    const auto show = [&block](const QString& text) {
+        block.setContent(text);
+        block.resize(300, block.heightForWidth(300));
+        static_cast<QWidget&>(block).show();
+        QCoreApplication::processEvents();
+    };
+    show(u"/Users/jane/"_s + u"W"_s.repeated(100) + u".dmg: no space\n"_s);
+    EXPECT_GT(block.height(), 3 * line);
+    EXPECT_EQ(block.verticalScrollBar()->maximum(), 0);
+    EXPECT_EQ(block.horizontalScrollBar()->maximum(), 0);
+    EXPECT_LT(block.minimumSizeHint().width(), 200);
+
+    show(u"no space\n"_s.repeated(80));
+    EXPECT_LT(block.height(), 20 * line);
+    EXPECT_GT(block.verticalScrollBar()->maximum(), 0);
 }
