@@ -10,6 +10,7 @@
 #include <QLayout>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QTextEdit>
 
 #include <algorithm>
 
@@ -171,6 +172,10 @@ bool Visitor::sees(const QString& text)
             return true;
     }
     for (const QPlainTextEdit* each : inView<QPlainTextEdit>()) {
+        if (each->toPlainText().contains(text))
+            return true;
+    }
+    for (const QTextEdit* each : inView<QTextEdit>()) {
         if (each->toPlainText().contains(text))
             return true;
     }
