@@ -4,6 +4,7 @@
 #include "notarization/NotaryToolClient.h"
 #include "views/Buttons.h"
 #include "views/SettingsBlocks.h"
+#include "views/TabStops.h"
 #include "views/TextBlock.h"
 
 #include <QHBoxLayout>
@@ -78,6 +79,8 @@ void NotarizationSettingsPage::setResult(const QString& text)
     m_result->setColour(isGood ? Theme::Colour::green : Theme::Colour::red);
     m_result->setContent(text);
     m_result->setVisible(!text.isEmpty());
+    if (m_result->isVisible())
+        TabStops::bringIntoView(*m_result);
 }
 
 void NotarizationSettingsPage::store()

@@ -56,9 +56,14 @@ void Sheet::present()
     setGeometry(parentWidget()->rect());
     show();
     raise();
+    if (QPushButton* button = mainButton())
+        button->setFocus();
+}
+
+QPushButton* Sheet::mainButton() const
+{
     const QList<QPushButton*> buttons = findChildren<QPushButton*>();
-    if (!buttons.isEmpty())
-        buttons.last()->setFocus();
+    return buttons.isEmpty() ? nullptr : buttons.last();
 }
 
 QList<Sheet*> Sheet::openIn(const QWidget* window)
@@ -99,9 +104,13 @@ void Sheet::keyPressEvent(QKeyEvent* event)
         emit escaped();
         return;
     }
-    const auto* button = qobject_cast<QPushButton*>(focusWidget());
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && button != nullptr)
-        const_cast<QPushButton*>(button)->click();
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        auto* button = qobject_cast<QPushButton*>(focusWidget());
+        if (button == nullptr)
+            button = mainButton();
+        if (button != nullptr)
+            button->click();
+    }
     // Nothing goes through to what lies beneath.
 }
 

@@ -4,6 +4,7 @@
 #include <QPointer>
 #include <QWidget>
 
+class QPushButton;
 class QVBoxLayout;
 
 /// A panel over a window that has to be dealt with first. It darkens what lies beneath, keeps the
@@ -38,6 +39,9 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    /// What Return means: the last one.
+    QPushButton* mainButton() const;
+
     QWidget* m_panel;
     QVBoxLayout* m_content;
     QPointer<QWidget> m_focusBefore;

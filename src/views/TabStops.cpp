@@ -1,20 +1,23 @@
 #include "views/TabStops.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QScrollArea>
 #include <QWidget>
 
-namespace {
-
-/// Also where a scroll area lies in another one.
-void bringIntoView(QWidget& widget)
+void TabStops::bringIntoView(QWidget& widget)
 {
     for (QWidget* above = widget.parentWidget(); above; above = above->parentWidget()) {
-        if (auto* area = qobject_cast<QScrollArea*>(above))
-            area->ensureWidgetVisible(&widget);
+        // What is new or has grown gets its place first.
+        QCoreApplication::sendPostedEvents(above, QEvent::LayoutRequest);
+        auto* area = qobject_cast<QScrollArea*>(above);
+        if (area == nullptr)
+            continue;
+        const QPoint end = widget.mapTo(area->widget(), widget.rect().bottomLeft());
+        area->ensureVisible(end.x(), end.y());
+        area->ensureWidgetVisible(&widget);
     }
 }
-
-} // namespace
 
 void TabStops::move(const QList<QWidget*>& parts, QWidget* current, bool next)
 {

@@ -10,5 +10,7 @@ namespace TabStops {
 /// Moves the focus from `current` to the next control that takes it, or to the one before, round
 /// through `parts` in their order. From elsewhere it goes to the first or the last.
 void move(const QList<QWidget*>& parts, QWidget* current, bool next);
+/// Scrolls what it lies in, also where a scroll area lies in another one.
+void bringIntoView(QWidget& widget);
 
 } // namespace TabStops

@@ -68,7 +68,8 @@ int TextBlock::heightForWidth(int width) const
 
 int TextBlock::heightOf(int lines) const
 {
-    return lines * fontMetrics().lineSpacing() + 2 * border;
+    const double line = std::ceil(QFontMetricsF(font()).lineSpacing());
+    return lines * static_cast<int>(line) + 2 * border;
 }
 
 QSize TextBlock::sizeHint() const
